@@ -1,0 +1,58 @@
+#include "support/testsupport.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QThread>
+
+namespace testsupport {
+
+QString makeFolder(const QString& hint)
+{
+    static int count = 0;
+    const QString path = QDir::tempPath() + QStringLiteral("/%1%2").arg(hint).arg(++count);
+    QDir().mkpath(path);
+    return path;
+}
+
+QString dataFile(const QString& name)
+{
+    return QStringLiteral(MORVANE_TEST_DATA "/") + name;
+}
+
+QString recordingsFolder()
+{
+    return qEnvironmentVariable("MORVANE_RECORDINGS");
+}
+
+QStringList recordings()
+{
+    QStringList files;
+    const QString folder = recordingsFolder();
+    if (folder.isEmpty())
+        return files;
+    const QDir dir(folder);
+    for (const QString& name : dir.entryList(QDir::Files, QDir::Name))
+        files << dir.filePath(name);
+    return files;
+}
+
+bool waitFor(const std::function<bool()>& condition, int milliseconds)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > milliseconds)
+            return false;
+        if (QCoreApplication::instance()) {
+            QCoreApplication::sendPostedEvents();
+            QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
+        } else {
+            QThread::msleep(1);
+        }
+    }
+    return true;
+}
+
+} // namespace testsupport
