@@ -1,0 +1,52 @@
+// Sample files of the session: raw floats on disk, mapped whole into memory.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include <QString>
+
+// One file in a folder that the program owns, created exclusively, mode 0600, no link followed, and
+// mapped read-write from end to end. Disk space is reserved before it is mapped, and at least
+// `headroomBytes` of the disk stay free, so that a full disk is a false return and never a SIGBUS.
+// A shared lock (flock) on the file tells other processes that it is in use. The file is removed
+// when the object dies, unless `keep()` was called.
+//
+// No member is thread-safe; the owner's lock guards the mapping (exclusive for grow, shrink and
+// destruction, shared for access through data()).
+class SessionFile
+{
+public:
+    static constexpr int64_t headroomBytes = 64LL << 20;
+
+    // A new file `<folder>/layer(<a><b>).pcm` (a and b random 16-bit values in lower-case hex) of
+    // `bytes` zero bytes. Null when it cannot be created or the space is not there; lastError()
+    // tells why.
+    [[nodiscard]] static std::unique_ptr<SessionFile> create(const QString& folder, int64_t bytes);
+    // Takes over an existing file. Refused (null) unless it is a regular file with one link, owned
+    // by this user, whose canonical parent is `folder`, not locked by somebody else.
+    [[nodiscard]] static std::unique_ptr<SessionFile> adopt(const QString& folder, const QString& path);
+    ~SessionFile();
+    SessionFile(const SessionFile&) = delete;
+    SessionFile& operator=(const SessionFile&) = delete;
+
+    // Changes the size and maps anew; new bytes are zero. On false (no space, mapping failed) size
+    // and contents are as before and data() is still valid, though perhaps at a new address.
+    [[nodiscard]] bool resize(int64_t bytes);
+
+    [[nodiscard]] QString path() const;
+    [[nodiscard]] int64_t size() const;
+    // Page aligned. Null only when size() is 0.
+    [[nodiscard]] char* data();
+    [[nodiscard]] const char* data() const;
+    // Leaves the file on disk when the object dies.
+    void keep();
+    // Words for the last failure in this thread, naming folder and space: for the informative text
+    // of a message box.
+    [[nodiscard]] static QString lastError();
+
+private:
+    struct Private;
+    explicit SessionFile(std::unique_ptr<Private> d);
+    std::unique_ptr<Private> d;
+};
