@@ -4,6 +4,7 @@
 #include "model/types/range.h"
 #include "model/types/samplingformat.h"
 
+#include <algorithm>
 #include <cmath>
 
 // `x`, `width` in sample points, `y` (bottom) and `height` in Hz.
@@ -14,11 +15,17 @@ struct Area
     double width = 0;
     double height = 0;
 
-    // The smallest range of whole sample points that covers the area.
+    // The smallest range of whole sample points that covers the area, cut to +-2^61 so that ends and
+    // lengths never overflow; empty when a member is not a number.
     [[nodiscard]] Range range() const
     {
+        constexpr double limit = double(int64_t(1) << 61);
         const double first = std::floor(x);
-        return {int64_t(first), int64_t(std::ceil(x + width) - first)};
+        const double last = std::ceil(x + width);
+        if (std::isnan(first) || std::isnan(last))
+            return {};
+        const auto start = int64_t(std::clamp(first, -limit, limit));
+        return {start, int64_t(std::clamp(last, -limit, limit)) - start};
     }
 
     friend bool operator==(const Area&, const Area&) = default;
