@@ -1,0 +1,107 @@
+// The services that the host lends to every plug-in.
+#pragma once
+
+#include "model/ilayer.h"
+#include "model/types/marker.h"
+#include "model/types/matrix.h"
+#include "model/types/samplingformat.h"
+
+#include <cstdint>
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+class QWidget;
+class Resampler;
+
+// 34 function pointers, in the order that plug-ins are compiled against: a new one goes to the end.
+// The host fills the table before it calls anything else on a plug-in, so a plug-in links nothing
+// of the host. No entry is ever null.
+//
+// Vectors: single precision, 64-bit element counts of any size, `destination` may be one of the
+// sources; nothing happens for a count below 1. Any thread. All other entries: GUI thread, except
+// 16 to 22, which are pure functions of their arguments.
+struct HostTable
+{
+    // 0: destination = source. The two must not overlap in part.
+    void (*copy)(float* destination, const float* source, int64_t count) = nullptr;
+    // 1: destination = 0.
+    void (*zero)(float* destination, int64_t count) = nullptr;
+    // 2: destination = a * b.
+    void (*multiply)(float* destination, const float* a, const float* b, int64_t count) = nullptr;
+    // 3: destination = source * constant, the constant rounded to a float first.
+    void (*multiplyConstant)(float* destination, const float* source, double constant,
+                             int64_t count) = nullptr;
+    // 4: destination = a + b.
+    void (*add)(float* destination, const float* a, const float* b, int64_t count) = nullptr;
+    // 5: destination = source + constant.
+    void (*addConstant)(float* destination, const float* source, float constant, int64_t count) = nullptr;
+    // 6: destination = a - b.
+    void (*subtract)(float* destination, const float* a, const float* b, int64_t count) = nullptr;
+    // 7: destination += a * b: a mix with an envelope.
+    void (*multiplyAdd)(float* destination, const float* a, const float* b, int64_t count) = nullptr;
+    // 8: destination += source * constant: a mix with a gain.
+    void (*multiplyAddConstant)(float* destination, const float* source, float constant,
+                                int64_t count) = nullptr;
+    // 9: destination = a / b.
+    void (*divide)(float* destination, const float* a, const float* b, int64_t count) = nullptr;
+    // 10: destination = the larger of a and b.
+    void (*maximum)(float* destination, const float* a, const float* b, int64_t count) = nullptr;
+    // 11: the largest absolute value; 0 for an empty vector.
+    float (*maxAbs)(const float* source, int64_t count) = nullptr;
+    // 12: the sum; 0 for an empty vector.
+    float (*sum)(const float* source, int64_t count) = nullptr;
+    // 13: each element becomes its absolute value, in place.
+    void (*absolute)(float* vector, int64_t count) = nullptr;
+    // 14: each element becomes its square root, in place; 0 for negative ones.
+    void (*squareRoot)(float* vector, int64_t count) = nullptr;
+    // 15: destination = the smaller of a and b. With 10 it limits.
+    void (*minimum)(float* destination, const float* a, const float* b, int64_t count) = nullptr;
+
+    // 16: every bit that has a name of its own in a ChannelsType, lowest first.
+    QList<uint64_t> (*channelBits)(int32_t channelsType) = nullptr;
+    // 17: number of set bits.
+    int32_t (*channelCount)(uint64_t mask) = nullptr;
+    // 18: the usual mask for a count of channels.
+    uint64_t (*defaultChannelsMask)(int32_t channelsType, int32_t channels) = nullptr;
+    // 19: byte i tells whether bit i is set: it is unless the byte is NUL, '0', '-' or a blank.
+    // Bytes past the 64th do not count.
+    uint64_t (*channelsMaskFromSigns)(const QByteArray& signs) = nullptr;
+    // 20: the (index + 1)-th set bit as a bit value; 0 when there are fewer.
+    uint64_t (*channelBit)(uint64_t mask, int32_t index) = nullptr;
+    // 21, 22: long and short label of the index-th channel of a mask.
+    QString (*channelLabel)(int32_t channelsType, uint64_t mask, int32_t index) = nullptr;
+    QString (*channelShortLabel)(int32_t channelsType, uint64_t mask, int32_t index) = nullptr;
+
+    // 23: asks the user for another format and the matrix that leads to it. False: cancelled, both
+    // are as before. Not there yet: always false.
+    bool (*reformatDialog)(QWidget* parent, SamplingFormat& format, Matrix& matrix) = nullptr;
+    // 24: the usual gains from the channels of one mask to those of another. Not there yet: always
+    // an empty matrix.
+    Matrix (*defaultChannelMatrix)(uint64_t inputMask, uint64_t outputMask) = nullptr;
+    // 25: lets the user edit such a matrix. False: cancelled. Not there yet: always false.
+    bool (*channelRemixerDialog)(QWidget* parent, uint64_t inputMask, uint64_t outputMask,
+                                 Matrix& matrix) = nullptr;
+    // 26, 27: a rate converter that the caller owns. Not there yet: always null.
+    Resampler* (*createResampler)(const SamplingFormat& input, const SamplingFormat& output,
+                                  const Matrix& matrix) = nullptr;
+    Resampler* (*createPlainResampler)(const SamplingFormat& format) = nullptr;
+
+    // 28 to 30: WAV writers: all samples of a layer; marker chunks and LIST INFO behind an existing
+    // file. False on failure. Not there yet: always false.
+    bool (*writeWave)(const QString& path, const SamplingFormat& format, const ILayerPtr& layer) = nullptr;
+    bool (*appendMarkers)(const QString& path, const MarkerList& markers) = nullptr;
+    bool (*appendMetaData)(const QString& path, const MetaDataList& tags) = nullptr;
+    // 31: reads the samples of a WAV file into a layer of its rate and channel count. Not there
+    // yet: always false.
+    bool (*readWave)(const QString& path, const ILayerPtr& layer) = nullptr;
+    // 32: appends the cue points of a WAV file with their labels and lengths, in file order. False
+    // when the file cannot be opened or is no WAV; a damaged tail gives what stands before it.
+    bool (*readMarkers)(const QString& path, MarkerList& markers) = nullptr;
+    // 33: adds the LIST INFO tags of a WAV file. False as in 32.
+    bool (*readMetaData)(const QString& path, MetaDataList& tags) = nullptr;
+};
+
+constexpr int hostTableEntries = 34;
+static_assert(sizeof(HostTable) == hostTableEntries * sizeof(void (*)()));
