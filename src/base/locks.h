@@ -5,9 +5,14 @@
 #include <QMutex>
 #include <QReadWriteLock>
 
+// Not recursive. Also a Lockable of the standard library (std::lock_guard and the like).
 class Mutex
 {
 public:
+    Mutex();
+    ~Mutex();
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
     void lock();
     void unlock();
     [[nodiscard]] bool try_lock();
@@ -16,18 +21,26 @@ private:
     QMutex m_mutex;
 };
 
+// Recursive means: a thread may take again what it holds, for reading or for writing, but never one
+// on top of the other. Writers that wait go before new readers.
 class ReadWriteLock
 {
 public:
     enum Recursion { NonRecursive, Recursive };
     explicit ReadWriteLock(Recursion recursion = NonRecursive);
+    ~ReadWriteLock();
+    ReadWriteLock(const ReadWriteLock&) = delete;
+    ReadWriteLock& operator=(const ReadWriteLock&) = delete;
     void lockForRead();
+    // For threads that must not wait (device threads).
     [[nodiscard]] bool tryLockForRead();
     void lockForWrite();
     void unlock();
 
 private:
     QReadWriteLock m_lock;
+    // Told to the sanitizer only: whether the holder writes, and how deep.
+    int m_writeDepth = 0;
 };
 
 class ReadLocker

@@ -12,6 +12,9 @@
 // A shared lock (flock) on the file tells other processes that it is in use. The file is removed
 // when the object dies, unless `keep()` was called.
 //
+// Should somebody else cut the file while it is mapped, zeros take the place of what is missing
+// (installFaultHandlers() must have been called), and damaged() tells it.
+//
 // No member is thread-safe; the owner's lock guards the mapping (exclusive for grow, shrink and
 // destruction, shared for access through data()).
 class SessionFile
@@ -39,6 +42,11 @@ public:
     // Page aligned. Null only when size() is 0.
     [[nodiscard]] char* data();
     [[nodiscard]] const char* data() const;
+    // True once zeros had to take the place of what was in the file.
+    [[nodiscard]] bool damaged() const;
+    // Waits until the contents are on the disk. Callable from a helper thread under the owner's lock
+    // for reading.
+    [[nodiscard]] bool sync() const;
     // Leaves the file on disk when the object dies.
     void keep();
     // Words for the last failure in this thread, naming folder and space: for the informative text

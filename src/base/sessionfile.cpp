@@ -1,0 +1,307 @@
+#include "base/sessionfile.h"
+
+#include "base/faults.h"
+#include "base/platform.h"
+#include "base/tsan.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRandomGenerator>
+
+namespace {
+
+thread_local QString lastFailure;
+
+// The thread sanitizer does not see a mapping move, and would give false alarms.
+#ifdef MORVANE_TSAN
+constexpr bool canRemap = false;
+#else
+constexpr bool canRemap = true;
+#endif
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("SessionFile", text);
+}
+
+QString inMegabytes(int64_t bytes)
+{
+    return QString::number((bytes + (1 << 20) - 1) >> 20);
+}
+
+void setFailure(const QString& place, const QString& cause)
+{
+    lastFailure = QDir::toNativeSeparators(place) + QLatin1String(": ") + cause;
+}
+
+// Bytes that a user's program may still take, or nothing when the file system does not tell.
+std::optional<int64_t> freeBytes(int file)
+{
+    struct statvfs status;
+    if (fstatvfs(file, &status) != 0)
+        return std::nullopt;
+    return static_cast<int64_t>(status.f_bavail) * static_cast<int64_t>(status.f_frsize);
+}
+
+} // namespace
+
+struct SessionFile::Private
+{
+    QString folder;
+    QString name;
+    int folderFd = -1;
+    int file = -1;
+    int64_t size = 0;
+    char* map = nullptr;
+    int64_t mapped = 0; // bytes; only after a shrink that could not unmap more than `size`
+    bool kept = false;
+    GuardedSpan span;
+
+    ~Private();
+    bool openFolder(const QString& path);
+    bool fail(const QString& cause) const;
+    // Whether the open file is the one that the folder holds under our name.
+    bool isStillOurs() const;
+    // Puts blocks on the disk for the given part of the file, of which `missing` bytes are not there
+    // yet. May leave the file longer on false.
+    bool allocate(int64_t from, int64_t bytes, int64_t missing);
+    // On false the file is as long as before.
+    bool grow(int64_t bytes);
+    bool fillHoles(const struct stat& status);
+    bool mapWhole(int64_t bytes);
+    bool shrink(int64_t bytes);
+};
+
+SessionFile::Private::~Private()
+{
+    span.set(nullptr, 0, -1);
+    if (map)
+        munmap(map, static_cast<size_t>(mapped));
+    if (file >= 0) {
+        if (!kept && isStillOurs())
+            unlinkat(folderFd, QFile::encodeName(name).constData(), 0);
+        close(file);
+    }
+    if (folderFd >= 0)
+        close(folderFd);
+}
+
+bool SessionFile::Private::fail(const QString& cause) const
+{
+    setFailure(folder, cause);
+    return false;
+}
+
+bool SessionFile::Private::openFolder(const QString& path)
+{
+    folder = path;
+    folderFd = open(QFile::encodeName(path).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    return folderFd >= 0 || fail(platform::lastSystemError());
+}
+
+bool SessionFile::Private::isStillOurs() const
+{
+    struct stat opened, named;
+    return fstat(file, &opened) == 0 &&
+           fstatat(folderFd, QFile::encodeName(name).constData(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+bool SessionFile::Private::allocate(int64_t from, int64_t bytes, int64_t missing)
+{
+    const std::optional<int64_t> room = freeBytes(file);
+    if (room && missing > *room - headroomBytes)
+        return fail(tr("%1 MB are needed here and %2 MB are free, of which %3 MB stay in reserve.")
+                        .arg(inMegabytes(missing), inMegabytes(*room), inMegabytes(headroomBytes)));
+    int error;
+    do {
+        error = posix_fallocate(file, from, bytes);
+    } while (error == EINTR);
+    errno = error;
+    return error == 0 || fail(platform::lastSystemError());
+}
+
+bool SessionFile::Private::grow(int64_t bytes)
+{
+    struct stat status;
+    if (fstat(file, &status) != 0)
+        return fail(platform::lastSystemError());
+    // Shorter than we know it only if somebody else has cut it: the hole is filled as well.
+    const int64_t before = std::min<int64_t>(status.st_size, size);
+    if (allocate(before, bytes - before, bytes - before) && mapWhole(bytes))
+        return true;
+    // A failed reservation may leave the file grown and the disk full.
+    if (ftruncate(file, before) != 0)
+        fail(platform::lastSystemError());
+    return false;
+}
+
+bool SessionFile::Private::fillHoles(const struct stat& status)
+{
+    const int64_t held = static_cast<int64_t>(status.st_blocks) * 512; // the unit of st_blocks
+    return held >= status.st_size || allocate(0, status.st_size, status.st_size - held);
+}
+
+// Maps `bytes` of the file in place of the present mapping, which stays when that fails.
+bool SessionFile::Private::mapWhole(int64_t bytes)
+{
+    const auto length = static_cast<size_t>(bytes);
+    void* fresh =
+        map && canRemap ? mremap(map, static_cast<size_t>(mapped), length, MREMAP_MAYMOVE) : MAP_FAILED;
+    if (fresh == MAP_FAILED) {
+        // No mapping yet, or one with zero pages in it, which the system moves only in parts.
+        fresh = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        if (fresh == MAP_FAILED)
+            return fail(platform::lastSystemError());
+        if (map)
+            munmap(map, static_cast<size_t>(mapped));
+    }
+    map = static_cast<char*>(fresh);
+    mapped = size = bytes;
+    span.set(map, mapped, file);
+    return true;
+}
+
+bool SessionFile::Private::shrink(int64_t bytes)
+{
+    if (ftruncate(file, bytes) != 0)
+        return fail(platform::lastSystemError());
+    size = bytes;
+    if (bytes == 0) {
+        span.set(nullptr, 0, -1);
+        munmap(map, static_cast<size_t>(mapped));
+        map = nullptr;
+        mapped = 0;
+    } else if (mremap(map, static_cast<size_t>(mapped), static_cast<size_t>(bytes), 0) != MAP_FAILED) {
+        mapped = bytes;
+        span.set(map, mapped, file);
+    }
+    return true;
+}
+
+SessionFile::SessionFile(std::unique_ptr<Private> p) : d(std::move(p)) {}
+
+SessionFile::~SessionFile() = default;
+
+std::unique_ptr<SessionFile> SessionFile::create(const QString& folder, int64_t bytes)
+{
+    auto d = std::make_unique<Private>();
+    if (!d->openFolder(folder))
+        return nullptr;
+    while (d->file < 0) {
+        const quint32 random = QRandomGenerator::global()->generate();
+        d->name = QStringLiteral("layer(%1%2).pcm").arg(random >> 16, 0, 16).arg(random & 0xffff, 0, 16);
+        d->file = openat(d->folderFd, QFile::encodeName(d->name).constData(),
+                         O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        if (d->file < 0 && errno != EEXIST) {
+            d->fail(platform::lastSystemError());
+            return nullptr;
+        }
+    }
+    if (flock(d->file, LOCK_SH | LOCK_NB) != 0) {
+        d->fail(platform::lastSystemError());
+        return nullptr;
+    }
+    std::unique_ptr<SessionFile> file(new SessionFile(std::move(d)));
+    if (!file->resize(bytes))
+        return nullptr;
+    return file;
+}
+
+std::unique_ptr<SessionFile> SessionFile::adopt(const QString& folder, const QString& path)
+{
+    auto d = std::make_unique<Private>();
+    const QString canonical = QFileInfo(folder).canonicalFilePath();
+    const QFileInfo info(path);
+    d->name = info.fileName();
+    const auto refuse = [&path](const QString& cause) {
+        setFailure(path, cause);
+        return nullptr;
+    };
+    if (canonical.isEmpty() || QFileInfo(info.path()).canonicalFilePath() != canonical || d->name.isEmpty() ||
+        d->name == QLatin1String(".") || d->name == QLatin1String(".."))
+        return refuse(tr("the file does not lie in the session folder"));
+    if (!d->openFolder(canonical))
+        return nullptr;
+    d->kept = true; // until it is ours
+    // Not blocking: opening a FIFO would wait for a writer.
+    d->file = openat(d->folderFd, QFile::encodeName(d->name).constData(),
+                     O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (d->file < 0)
+        return refuse(platform::lastSystemError());
+    struct stat status;
+    if (fstat(d->file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1 ||
+        status.st_uid != geteuid())
+        return refuse(tr("this is not a session file"));
+    // Exclusive for a moment, which nobody gets while another holds it; then as every user of it.
+    if (flock(d->file, LOCK_EX | LOCK_NB) != 0 || flock(d->file, LOCK_SH | LOCK_NB) != 0)
+        return refuse(tr("the file is in use"));
+    // Holes in it would need space at the first write, so they are filled like new bytes.
+    if (status.st_size > 0 && (!d->fillHoles(status) || !d->mapWhole(status.st_size)))
+        return nullptr;
+    d->kept = false;
+    return std::unique_ptr<SessionFile>(new SessionFile(std::move(d)));
+}
+
+bool SessionFile::resize(int64_t bytes)
+{
+    if (bytes < 0 || static_cast<uint64_t>(bytes) > SIZE_MAX / 2)
+        return d->fail(tr("the size is out of range"));
+    if (bytes == d->size)
+        return true;
+    return bytes < d->size ? d->shrink(bytes) : d->grow(bytes);
+}
+
+QString SessionFile::path() const
+{
+    return QDir::toNativeSeparators(d->folder + QLatin1Char('/') + d->name);
+}
+
+int64_t SessionFile::size() const
+{
+    return d->size;
+}
+
+char* SessionFile::data()
+{
+    return d->map;
+}
+
+const char* SessionFile::data() const
+{
+    return d->map;
+}
+
+bool SessionFile::damaged() const
+{
+    return d->span.damaged();
+}
+
+bool SessionFile::sync() const
+{
+    return (d->size == 0 || msync(d->map, static_cast<size_t>(d->size), MS_SYNC) == 0) &&
+           platform::syncFile(d->file);
+}
+
+void SessionFile::keep()
+{
+    d->kept = true;
+}
+
+QString SessionFile::lastError()
+{
+    return lastFailure;
+}
