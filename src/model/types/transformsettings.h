@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 class QString;
 
@@ -43,6 +44,11 @@ struct TransformSettings
     TransformSettings(const TransformSettings&) = default;
     TransformSettings& operator=(const TransformSettings&) = default;
     virtual ~TransformSettings() = default;
+    // A copy of the whole object, whatever it is derived to.
+    [[nodiscard]] virtual std::shared_ptr<const TransformSettings> clone() const
+    {
+        return std::make_shared<TransformSettings>(*this);
+    }
 
     // False while size, overlap or zero padding is not positive; the derived sizes are then 0.
     [[nodiscard]] bool isValid() const { return frameSize > 0 && overlap > 0 && zeroPadding > 0; }

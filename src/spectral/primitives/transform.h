@@ -29,6 +29,10 @@ public:
     Transform(const Transform& other);
     Transform& operator=(const Transform& other);
     ~Transform() override;
+    [[nodiscard]] std::shared_ptr<const TransformSettings> clone() const override
+    {
+        return std::make_shared<Transform>(*this);
+    }
 
     // Stores the settings and, when frameSize >= 1, rebuilds plan and tables; otherwise there is no
     // plan, and the tables stay as they were. Only before the object is shared.
