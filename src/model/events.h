@@ -110,7 +110,8 @@ struct Displacement
     float y = 0;
 };
 
-// A listener is on the list from its construction to its destruction. One operation for each payload
+// A listener is on the list from its construction to its destruction; one that is made during a
+// delivery still gets that event. One operation for each payload
 // type; the order is fixed, since tools compiled against this header implement it too.
 class IEvent
 {
@@ -159,10 +160,20 @@ public:
 };
 
 // Tells `payload` to every listener but `skip` (usually the sender, which has updated itself; null
-// reaches everybody). A post from within a handler is queued, with a copy of its payload, and
-// delivered after the event in progress has reached the last listener; the outermost post returns
-// when the queue is empty. Instantiated in events.cpp for the payload type of each event.
+// reaches everybody), in the order of their construction. A post from within a handler is queued,
+// with a copy of its payload, and delivered after the event in progress has reached the last
+// listener; the outermost post returns when the queue is empty. Ids outside the table are ignored; a
+// payload of another type than the table tells for the id is refused with a warning.
+//
+// Instantiated in events.cpp for exactly the payload type of each event (a derived one names its
+// base: postEvent<TransformSettings>, postEvent<ILayerPtr>), so a caller needs the complete type
+// of its own payload only: selection.h, historyentry.h, toolstate.h, movetransform.h, layerroot.h.
 template<class Payload>
 void postEvent(IEvent* sender, EventId id, const Payload& payload, IEvent* skip);
 // The events without payload: ids 50 to 52 and 54 to 59.
 void postEvent(IEvent* sender, EventId id, IEvent* skip);
+
+// The name that a listener was made with, empty when there is no such listener.
+[[nodiscard]] QString listenerName(const IEvent* listener);
+// Position of the operation of IEvent that the event calls, from 0; -1 for an unknown id.
+[[nodiscard]] int eventOperation(EventId id);

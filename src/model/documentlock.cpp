@@ -1,0 +1,7 @@
+#include "model/documentlock.h"
+
+ReadWriteLock& documentLock()
+{
+    static ReadWriteLock lock(ReadWriteLock::Recursive);
+    return lock;
+}

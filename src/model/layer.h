@@ -1,0 +1,263 @@
+// One stacked audio object: a named block of multichannel samples with mixing properties and a place
+// on the timeline.
+#pragma once
+
+#include "base/locks.h"
+#include "model/ilayer.h"
+#include "model/samplestore.h"
+
+#include <atomic>
+#include <memory>
+
+// What a new layer starts with.
+struct LayerHeader
+{
+    QString name;
+    bool enabled = true;
+    bool solo = false;
+    int32_t polarity = 1;
+    float multiplier = 1.0f;
+    uint32_t color = 0xffffffff; // unset
+};
+
+// A layer owns its samples (SampleStore: one mapped file in the session folder) and, with a backup,
+// what undo needs: a second, sparse layer that receives the old samples of every block of 65536
+// sample points before it is changed for the first time since the last record. So the cost of an
+// edit follows what it touches, not the length of the layer.
+//
+// Always held by shared pointers: made by the factories, which give the first one.
+//
+// Two kinds of time. read(), range() and area() speak of the timeline as it is seen and heard: raw
+// positions plus timeOffset(), lengths times timeScale (a preview of a move; both are 0 and 1
+// otherwise). Everything that changes samples or the span speaks of raw positions, those of the
+// file; so do records and copies.
+//
+// Threads. read(), range(), area(), format() and the mixing properties: any thread, at any time; a
+// reader waits at most for the exchange of a mapping or for the copy of one block. write(): any
+// thread; writers of different blocks go on side by side, and two writers of one block one after
+// the other. Everything else: GUI thread.
+//
+// Locks, in the order in which they are taken: m_edit of the layer; m_edit of its backup; the locks
+// inside the stores; m_small and m_changedMutex are leaves. No lock of this layer is held while
+// another layer is read, so a layer may be filled from a group that holds it.
+//
+// Errors. Samples live on a disk that may be full. What cannot be stored is not begun: the backup
+// grows first, then the data, then samples are written; if either cannot grow, nothing has changed,
+// the call returns false where it has a result, and takeStorageError() tells it afterwards. Calls on
+// bad input (empty ranges, channels that do not exist, an unset format) do nothing and are no error.
+class Layer : public ILayer, public std::enable_shared_from_this<Layer>
+{
+protected:
+    struct Key
+    {
+        explicit Key() = default;
+    };
+
+public:
+    // Sample points in a block of the backup.
+    static constexpr int64_t backupBlock = 65536;
+
+    // An empty layer. `withBackup`: its edits can be undone (a layer of the user's tree).
+    [[nodiscard]] static LayerPtr create(const SamplingFormat& format, const LayerHeader& header = {},
+                                         int64_t start = 0, bool withBackup = true);
+    // A layer on a file of raw samples of `format`, length by the file's size (a rest of less than a
+    // sample point of all channels is cut off). With `copyFile` the samples are copied into a new
+    // session file; otherwise the file, which must lie in the session folder, is adopted: the layer
+    // writes to it and deletes it when it dies. A file that cannot be taken gives an empty layer and a
+    // warning in the log.
+    [[nodiscard]] static LayerPtr fromFile(const SamplingFormat& format, const LayerHeader& header,
+                                           int64_t start, const QString& path, bool copyFile,
+                                           bool withBackup);
+    // Name, mixing properties, colour, offset, scales and format of `other`; no data, no backup.
+    [[nodiscard]] static LayerPtr headerCopy(const Layer& other);
+
+    Layer(Key, const SamplingFormat& format, const LayerHeader& header, int64_t start);
+    Layer(Key, const Layer& other); // header copy
+    ~Layer() override;
+    Layer(const Layer&) = delete;
+    Layer& operator=(const Layer&) = delete;
+
+    // --- beyond ILayer -----------------------------------------------------------------------------
+
+    // True when something could not be stored since the last call; `words` (may be null) receives
+    // folder and cause of the first failure, for a message box. Any thread.
+    bool takeStorageError(QString* words = nullptr);
+
+    // Raw data span, whatever offset and scales say. Any thread.
+    [[nodiscard]] Range dataRange() const;
+    [[nodiscard]] LayerHeader header() const;
+    void setTimeOffset(double samples);
+    void setScale(float timeScale, float gainScale);
+    // The overlay that moves with this layer; null for none.
+    void setAttached(const ILayerPtr& layer);
+    // The group that holds this layer, or null. Set by the group.
+    [[nodiscard]] ILayerPtr parent() const;
+    void setParent(const ILayerPtr& group);
+    // From now on changes are kept for undo; the present samples are the ground. No copy is made.
+    void startBackup();
+    // The sparse before-image and the span it stands for; null without one. For tests and history.
+    [[nodiscard]] LayerPtr backup() const;
+    [[nodiscard]] Range backupRange() const;
+    [[nodiscard]] Range changedRange() const;
+    // Records that are applied at present, oldest first.
+    [[nodiscard]] QList<LayerRecord> records() const;
+
+    // Filling a layer from its end, as import and recording do, at the speed of a memory copy. One
+    // thread appends; any others may read what has arrived meanwhile. The file is enlarged ahead in
+    // big steps, so between the first append() and finishAppend() it is longer than the data.
+    // Appending never needs a backup, as it overwrites nothing. False: no space; what was appended
+    // before stays, and the layer is as if finishAppend() had been called.
+    [[nodiscard]] bool append(const float* interleaved, int64_t frames);
+    // A hint before the first append: room for so many sample points in all. A wrong number costs
+    // nothing but time. False only when the space is not there.
+    [[nodiscard]] bool reserve(int64_t frames);
+    // Gives the reserve back. True unless the file could not be cut (it is then longer than the data,
+    // and stays so).
+    bool finishAppend();
+
+    // --- ILayer ------------------------------------------------------------------------------------
+
+    [[nodiscard]] int32_t type() const override { return LayerTypeLayer; }
+    void setName(const std::string& name) override;
+    [[nodiscard]] bool enabled() const override { return m_enabled; }
+    void setEnabled(bool enabled) override;
+    [[nodiscard]] bool solo() const override { return m_solo; }
+    void setSolo(bool solo) override;
+    [[nodiscard]] int32_t polarity() const override { return m_polarity; }
+    void setPolarity(int32_t polarity) override; // anything below 0 is -1, all else 1
+    [[nodiscard]] float multiplier() const override { return m_multiplier; }
+    void setMultiplier(float multiplier) override; // not finite: ignored
+    [[nodiscard]] uint32_t color() const override { return m_color; }
+    void setColor(uint32_t color) override;
+    [[nodiscard]] SamplingFormat format() const override;
+    [[nodiscard]] Range range(bool withAttached = false) const override;
+    [[nodiscard]] Area area() const override;
+    [[nodiscard]] int64_t propertiesTime() const override { return m_propertiesTime; }
+    [[nodiscard]] int64_t contentTime() const override { return m_contentTime; }
+    [[nodiscard]] Range recordsRange() const override;
+    [[nodiscard]] bool isEmpty() const override;
+    [[nodiscard]] bool isOpen() const override { return false; }
+    [[nodiscard]] bool contains(ILayerPtr layer, bool recursive) const override;
+    bool insertChild(int32_t index, ILayerPtr layer) override;
+    bool prependChild(ILayerPtr layer) override;
+    bool appendChild(ILayerPtr layer) override;
+    bool moveChild(int32_t, int32_t) override { return false; }
+    bool removeChild(ILayerPtr layer) override;
+    [[nodiscard]] int64_t sourceOffset() const override { return 0; }
+    void setSourceOffset(int64_t) override {}
+    // Negative time is cut off; an empty range removes the data.
+    void setRange(Range range) override;
+    void copyFrom(ILayerPtr source, Range range) override;
+    void assignFrom(ILayerPtr source) override;
+    void replaceBy(ILayerPtr source, bool overwrite) override;
+    void clear() override;
+    void resetToBackup() override;
+    void read(float* out, Range range, int32_t channel, bool overwrite, bool withAttached = false,
+              float gain = 1.0f) const override;
+    bool write(const float* in, Range range, int32_t channel, bool overwrite) override;
+    [[nodiscard]] std::string nameStd() const override;
+    [[nodiscard]] std::list<ILayerPtr> childrenStd(int32_t mode) const override;
+    [[nodiscard]] ILayerPtr sourceShared() const override;
+    [[nodiscard]] QString filePath() const override;
+    [[nodiscard]] QString name() const override;
+    [[nodiscard]] double timeOffset() const override { return m_timeOffset; }
+    [[nodiscard]] std::pair<float, float> scale() const override { return {m_timeScale, m_gainScale}; }
+    [[nodiscard]] ILayerPtr attached() const override;
+    [[nodiscard]] bool hasBackup() const override;
+    void resetBackup(int32_t mode) override;
+    // Empty when there is no backup, and also when the disk has no room for the copy of what was
+    // changed: the storage error is then set, and the backup stays, so that resetToBackup() takes the
+    // whole action back.
+    LayerRecord commitRecord() override;
+    bool setOpen(bool) override { return false; }
+    [[nodiscard]] bool hasSolo() const override { return false; }
+    // Here: whether `layer` is the attached one.
+    [[nodiscard]] bool containsChild(const ILayerPtr& layer, bool recursive) const override;
+    bool insertChildAt(int32_t, const ILayerPtr&) override { return false; }
+    bool prependChildLayer(const ILayerPtr&) override { return false; }
+    bool appendChildLayer(const ILayerPtr&) override { return false; }
+    bool removeChildLayer(const ILayerPtr&) override { return false; }
+    [[nodiscard]] QList<ILayerPtr> children(int32_t) const override { return {}; }
+    [[nodiscard]] QList<ILayerPtr> pathTo(const ILayerPtr& layer) const override;
+    [[nodiscard]] QList<ILayerPtr> findParentOf(const ILayerPtr&) const override { return {}; }
+    [[nodiscard]] LayerPtr source() const override { return nullptr; }
+    // No sample moves. The reported start does not go below 0.
+    void moveBy(int64_t samples) override;
+    // With data, the bytes of the file are taken as samples of the new format.
+    void setFormat(const SamplingFormat& format) override;
+    // Stores the format of an empty layer, or one that only names the same samples differently (same
+    // rate, sample type and channel count, identity matrix), and drops the undo state. There is no
+    // resampling yet: false, with nothing changed, where samples would have to be computed.
+    // `progress` is called once, with (1, 1).
+    bool changeFormat(const SamplingFormat& format, const Matrix& matrix, const Progress& progress) override;
+    // There is no resampling yet: does nothing but for a ratio of 1, which is the identity.
+    void stretch(double ratio) override;
+    void extendTo(Range range) override;
+    void insertTime(Range range) override;
+    void deleteTime(Range range) override;
+    void cropTo(Range range) override;
+    // Copies the samples that `source` has in `range`, as it reads on the timeline, over those here;
+    // nothing when channels or sample type differ.
+    void copyFromLayer(const ILayerPtr& source, Range range, bool withProperties) override;
+    void assignFromLayer(const ILayerPtr& source, bool withProperties) override;
+    // Null when there is no room for the file; the storage error of this layer is then set. Records are not
+    // copied.
+    LayerPtr copy(Range& range, bool withBackup) const override;
+    [[nodiscard]] LayerPtr clone(bool withBackup) const override;
+    void replaceByLayer(const ILayerPtr& source, float gain, bool overwrite) override;
+    void applyRecord(const LayerRecord& record, int32_t direction) override;
+    void newBackup() override;
+
+protected:
+    void stampProperties();
+    void stampContent();
+    void setStorageError() const;
+    // Takes name and mixing properties, offset and scales over.
+    void copyProperties(const ILayer& source);
+    // A raw span as the timeline shows it.
+    [[nodiscard]] Range reported(const Range& raw) const;
+    // A position of the timeline, `pivot` being the raw start.
+    [[nodiscard]] int64_t toRaw(int64_t position, int64_t pivot) const;
+    // Finds `record` among the applied ones and removes it and all equal ones (undo), or appends it.
+    void noteApplied(const LayerRecord& record, int32_t direction);
+    // An empty layer of the same kind for the next before-image.
+    [[nodiscard]] virtual LayerPtr makeBackup() const;
+
+    mutable ReadWriteLock m_edit; // shared by write(), exclusive for whatever changes span or undo state
+    LayerPtr m_backup;            // guarded by m_edit
+    Range m_backupRange;          // guarded by m_edit
+    QList<LayerRecord> m_records; // GUI thread only
+
+private:
+    [[nodiscard]] bool keepForUndo(const Range& range); // with m_edit held, shared or exclusive
+    [[nodiscard]] bool growBackup(const Range& blocks);
+    [[nodiscard]] bool growTo(const Range& range); // with m_edit held exclusively
+    [[nodiscard]] bool makeRoom(const Range& range);
+    void markChanged(const Range& range);
+    void renewBackup(); // with m_edit held exclusively
+    void spanChanged(); // stamps after a change of span
+    void mixIn(const ILayerPtr& source, const Range& range, float gain, bool overwrite);
+    [[nodiscard]] bool setSpan(const Range& range); // setRange with m_edit held exclusively
+
+    SampleStore m_store; // has its own locks; its structure changes only with m_edit held exclusively
+    std::atomic<bool> m_enabled;
+    std::atomic<bool> m_solo;
+    std::atomic<int32_t> m_polarity;
+    std::atomic<float> m_multiplier;
+    std::atomic<uint32_t> m_color;
+    std::atomic<double> m_timeOffset = 0.0; // sample points
+    std::atomic<float> m_timeScale = 1.0f;
+    std::atomic<float> m_gainScale = 1.0f;
+    std::atomic<int64_t> m_propertiesTime;
+    std::atomic<int64_t> m_contentTime;
+
+    mutable Mutex m_changedMutex;
+    Range m_changedRange; // guarded by m_changedMutex
+
+    mutable Mutex m_small; // guards the following
+    QString m_name;
+    ILayerPtr m_attached;
+    std::weak_ptr<ILayer> m_parent;
+    mutable bool m_storageFailed = false;
+    mutable QString m_storageWords;
+};

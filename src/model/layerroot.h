@@ -1,0 +1,54 @@
+// The layer tree of a project.
+#pragma once
+
+#include "model/layergroup.h"
+
+#include <optional>
+
+// What plug-ins see of it. The order of the operations is part of the contract with them.
+class ILayerRoot
+{
+public:
+    // True when the active layer is another one now. Null is allowed: no active layer.
+    virtual bool setActive(ILayerPtr layer) = 0;
+    // -1: the active layer; 0 to 2: a node; null for any other index.
+    [[nodiscard]] virtual ILayerPtr layer(int32_t index) const = 0;
+    virtual ~ILayerRoot() = default;
+};
+
+enum RootNode : int32_t {
+    RootActivePreview = 0, // the preview result of a tool or process
+    RootTemporary = 1,     // scratch output of playback, of recording in progress, of edits
+    RootProject = 2,       // the user's layers: a group; everything that is saved hangs here
+};
+
+// A value: copies share the nodes and the holder of the active layer, so an active layer that is
+// set on one is that of all. `clone()` makes an independent tree. GUI thread.
+class LayerRoot : public ILayerRoot
+{
+public:
+    // Builds the three nodes "ActivePreview", "Temporary" and "Project".
+    explicit LayerRoot(const SamplingFormat& format = {});
+
+    // Any layer is accepted, also one outside the tree.
+    bool setActive(ILayerPtr layer) override;
+    [[nodiscard]] ILayerPtr layer(int32_t index) const override;
+
+    [[nodiscard]] SamplingFormat format() const { return m_format; }
+    // Stores the format here and in the nodes, without touching samples.
+    void setFormat(const SamplingFormat& format);
+    [[nodiscard]] LayerPtr node(RootNode node) const { return m_layers[node]; }
+    [[nodiscard]] LayerGroupPtr project() const;
+    // Every layer and group below "Project", depth first, then each source of a region that is not
+    // in the tree itself. For whoever must reach every sample file. "Project" itself is not in it.
+    [[nodiscard]] QList<ILayerPtr> allLayers() const;
+    // A tree of its own with copies of all samples: nodes 0 and 1 without backups, "Project" with;
+    // the active layer is the one at the same place. Nothing when there is no room for the files;
+    // `words` then receives the cause.
+    [[nodiscard]] std::optional<LayerRoot> clone(QString* words = nullptr) const;
+
+private:
+    SamplingFormat m_format;
+    QList<LayerPtr> m_layers;            // exactly three
+    std::shared_ptr<ILayerPtr> m_active; // shared by the copies
+};
