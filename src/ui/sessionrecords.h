@@ -1,0 +1,50 @@
+// The records in which one launch tells the session what to do: files to open, ranges to show. They
+// come from this process's own command line, and from other processes through a socket, so a reader
+// trusts nothing in them.
+#pragma once
+
+#include <cstdint>
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+// Values of the header word; 0 to 2 are also the session type of ProjectTabs::parse.
+enum class SessionHeader : qint16 {
+    Edit = 0,
+    Merge = 1,
+    Replace = 2,
+    AudioApi = 16,
+    TimeRange = 32,
+    FreqRange = 33,
+};
+
+// One record. Which members count follows from the header.
+struct SessionRecord
+{
+    SessionHeader header = SessionHeader::Edit;
+    // Edit, Merge, Replace
+    QString path;
+    int64_t startSample = 0;
+    QString source; // display name of the caller, or the bare file name
+    QString server; // socket name of the caller, may be empty
+    // AudioApi
+    QString api;
+    // TimeRange: sample points; FreqRange: Hz. The length is never negative.
+    double start = 0;
+    double length = 0;
+};
+
+struct SessionRecords
+{
+    QList<SessionRecord> records;
+    QString fault; // empty when every byte was understood
+};
+
+// The byte form: QDataStream version 17, records one after the other without framing.
+[[nodiscard]] QByteArray toSessionBytes(const SessionRecord& record);
+
+// All records up to the first fault: an unknown header, a record cut short, a number that is not
+// finite, or more than 16 MiB or 10,000 records. What stood before the fault counts. A start sample
+// beyond +-2^50 is a fault too, so that no sum of positions overflows later.
+[[nodiscard]] SessionRecords readSessionRecords(const QByteArray& bytes);

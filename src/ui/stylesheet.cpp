@@ -1,0 +1,94 @@
+#include "ui/stylesheet.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QPalette>
+#include <QVariant>
+
+namespace {
+
+bool isWordCharacter(QChar c)
+{
+    return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) ||
+           (c >= QLatin1Char('A') && c <= QLatin1Char('Z')) ||
+           (c >= QLatin1Char('0') && c <= QLatin1Char('9'));
+}
+
+// By hand and not by QString::replace with a pattern: a value may hold backslashes.
+void replaceName(QString& sheet, const QString& name, const QString& value)
+{
+    for (int at = sheet.indexOf(name); at >= 0; at = sheet.indexOf(name, at)) {
+        const int end = at + name.size();
+        if (end < sheet.size() && !isWordCharacter(sheet[end])) {
+            sheet.replace(at, name.size(), value);
+            at += value.size();
+        } else {
+            at = end;
+        }
+    }
+}
+
+} // namespace
+
+QString expandStyleSheet(QString sheet, const QObject& properties)
+{
+    for (const QByteArray& name : properties.dynamicPropertyNames())
+        replaceName(sheet, QLatin1Char('@') + QString::fromLatin1(name),
+                    properties.property(name.constData()).toString());
+    return sheet;
+}
+
+namespace {
+
+QColor color(const char* key)
+{
+    return QColor(QCoreApplication::instance()->property(key).toString());
+}
+
+QPalette darkPalette()
+{
+    static const struct
+    {
+        QPalette::ColorRole role;
+        const char* key;
+    } roles[] = {
+        {QPalette::Window, "colorback"},
+        {QPalette::WindowText, "colortext"},
+        {QPalette::Base, "colordark"},
+        {QPalette::AlternateBase, "colormid"},
+        {QPalette::Text, "colortext"},
+        {QPalette::Button, "colorlight"},
+        {QPalette::ButtonText, "colortext"},
+        {QPalette::BrightText, "colortext"},
+        {QPalette::ToolTipBase, "colorlight"},
+        {QPalette::ToolTipText, "colortext"},
+        {QPalette::Highlight, "coloredit"},
+        {QPalette::HighlightedText, "coloractiveitemtext"},
+        {QPalette::Link, "coloredit"},
+        {QPalette::Light, "colorhighlight"},
+        {QPalette::Midlight, "colorfront"},
+        {QPalette::Mid, "colormid"},
+        {QPalette::Dark, "colordark"},
+        {QPalette::LinkVisited, "coloredit"},
+        {QPalette::PlaceholderText, "colortextdisabled"},
+    };
+    QPalette palette = QApplication::palette();
+    for (const auto& [role, key] : roles)
+        if (const QColor value = color(key); value.isValid())
+            palette.setColor(role, value);
+    if (const QColor value = color("colortextdisabled"); value.isValid())
+        for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+            palette.setColor(QPalette::Disabled, role, value);
+    return palette;
+}
+
+} // namespace
+
+void applyStyle()
+{
+    QFile file(QStringLiteral(":/stylesheets/desktop.css"));
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    QApplication::setPalette(darkPalette());
+    qApp->setStyleSheet(expandStyleSheet(QString::fromUtf8(file.readAll()), *QCoreApplication::instance()));
+}

@@ -1,0 +1,17 @@
+// The look of the program: style sheets whose colours are the properties of the application.
+#pragma once
+
+#include <QString>
+
+class QObject;
+
+// Replaces "@name" by the value of the dynamic property `name` of `properties`, wherever the next
+// character is neither a letter nor a digit; that character stays. So a property whose name is the
+// beginning of a longer one is not replaced inside it. A name at the very end of the sheet, with no
+// character behind it, stays as it is.
+[[nodiscard]] QString expandStyleSheet(QString sheet, const QObject& properties);
+
+// Reads the sheet of the desktop, expands it and gives it to the application, together with a
+// palette of the same colours for whatever the sheet does not reach. Called again whenever a colour
+// property has changed.
+void applyStyle();
