@@ -1,0 +1,75 @@
+// The centre of the user interface.
+#pragma once
+
+#include "model/events.h"
+#include "ui/widgets/qmainwindowext.h"
+
+#include <memory>
+
+#include <QStringList>
+
+class ActionTable;
+class ChannelsDisplay;
+class PluginLoader;
+class ProjectTabs;
+class StatusReadout;
+
+// Owns the engine objects: the plug-ins, the project tabs, the channels display. A thin facade: what
+// a menu entry does is done by ProjectTabs, ChannelsDisplay or a dialog class of its own.
+//
+// Built once the properties are complete. It is not shown by its constructor; records of the import
+// queue are opened when the event loop runs, so that the user sees a recording grow while it loads.
+class MainWindow : public QMainWindowExt, public IEvent
+{
+    Q_OBJECT
+
+public:
+    // `embedded`: inside a host application, which owns place and size of the window.
+    explicit MainWindow(bool embedded, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    [[nodiscard]] ProjectTabs& projectTabs() { return *m_tabs; }
+    [[nodiscard]] ChannelsDisplay& channelsDisplay() { return *m_display; }
+    [[nodiscard]] ActionTable& actionTable() { return *m_actions; }
+
+    // How many records of the import queue were acted on, and which of their files did not open.
+    [[nodiscard]] int importedRecords() const { return m_importedRecords; }
+    [[nodiscard]] const QStringList& failedImports() const { return m_failedImports; }
+
+    void areaEvent(EventId id, const Area& area) override;
+
+public Q_SLOTS:
+    // Takes the property `importqueue`, clears it at once (a re-entrant call sees nothing twice) and
+    // acts on its records in order. Called after the start, and whenever somebody has appended to
+    // the queue.
+    void sessionImport();
+    void toggleFullscreen(bool on);
+    void toggleComposite();
+    void showLog();
+    void showSupportInfo();
+    void showAbout();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void loadPlugins();
+    void buildCentral();
+    void buildMenus();
+    void showTabState();
+
+    bool m_embedded;
+    Area m_viewArea;
+    bool m_wasMaximized = false; // before full screen
+    int m_importedRecords = 0;
+    QStringList m_failedImports;
+    std::unique_ptr<PluginLoader> m_plugins;
+    // Children of the window.
+    ProjectTabs* m_tabs = nullptr;
+    ChannelsDisplay* m_display = nullptr;
+    ActionTable* m_actions = nullptr;
+    StatusReadout* m_status = nullptr;
+};
