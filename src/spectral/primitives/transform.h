@@ -34,8 +34,9 @@ public:
         return std::make_shared<Transform>(*this);
     }
 
-    // Stores the settings and, when frameSize >= 1, rebuilds plan and tables; otherwise there is no
-    // plan, and the tables stay as they were. Only before the object is shared.
+    // Stores the settings and, when size, overlap and padding are at least 1 and M at most 2^26,
+    // rebuilds plan and tables; otherwise there is no plan, and the tables stay as they were. Only
+    // before the object is shared. Costs some milliseconds for a size that is new to the process.
     void reconfigure(int32_t sampleType, WindowType windowType, int32_t frameSize, int32_t overlap,
                      int32_t zeroPadding);
 
@@ -47,7 +48,8 @@ public:
     void forward(const Complex* source, Complex* destination) const;
     void inverse(const Complex* source, Complex* destination) const;
 
-    // `total` values: zeros, with the periodic window of `length` starting at (total - length) / 2.
+    // `total` values: zeros, with the periodic window of `length` starting at (total - length) / 2;
+    // length <= total.
     [[nodiscard]] static ArrayTemplate<float> makeWindow(WindowType type, int32_t length, int32_t total);
 
     ArrayTemplate<float> analysisWindow;   // N; sum 2, so that a full-scale sinusoid reads 1 in its bin
