@@ -57,7 +57,8 @@ public:
     void project(const float* source, float* destination) const;
 
 private:
-    void setRow(int row, const Picture& picture, double position, double previous, int32_t maxBin);
+    // `gap`: bins up from the row before.
+    void setRow(int row, const Picture& picture, double position, double gap, int32_t maxBin);
 
     int m_height = 0;
     int m_taps = 1;

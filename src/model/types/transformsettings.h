@@ -50,8 +50,13 @@ struct TransformSettings
         return std::make_shared<TransformSettings>(*this);
     }
 
-    // False while size, overlap or zero padding is not positive; the derived sizes are then 0.
-    [[nodiscard]] bool isValid() const { return frameSize > 0 && overlap > 0 && zeroPadding > 0; }
+    // False while size, overlap or zero padding is not positive, or when the DFT would be longer than
+    // 2^29; the derived sizes are then 0.
+    [[nodiscard]] bool isValid() const
+    {
+        return frameSize > 0 && overlap > 0 && zeroPadding > 0 &&
+               int64_t(frameSize) * zeroPadding <= int64_t(1) << 29;
+    }
     // H, samples from one frame to the next.
     [[nodiscard]] int32_t hop() const { return isValid() ? frameSize / overlap : 0; }
     // M, length of the DFT.

@@ -159,4 +159,18 @@ TEST(TransformSettings, DefaultsAndDerivedSizes)
     EXPECT_TRUE(sameSettings(real, TransformSettings(real)));
 }
 
+TEST(TransformSettings, HostileSizesHaveNoDerivedSizes)
+{
+    const int32_t huge = std::numeric_limits<int32_t>::max();
+    for (const TransformSettings& settings : {TransformSettings(1, WindowType::Hann, huge, 1, huge),
+                                              TransformSettings(1, WindowType::Hann, -4, 2, -4),
+                                              TransformSettings(2, WindowType::Hann, 2048, 0, 2),
+                                              TransformSettings(2, WindowType::Hann, 2048, 8, 0)}) {
+        EXPECT_FALSE(settings.isValid());
+        EXPECT_EQ(settings.hop(), 0);
+        EXPECT_EQ(settings.dftLength(), 0);
+        EXPECT_EQ(settings.bins(), 0);
+    }
+}
+
 } // namespace
