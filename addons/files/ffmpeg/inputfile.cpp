@@ -1,0 +1,154 @@
+#include "inputfile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QtEndian>
+
+extern "C" {
+#include <libavformat/avio.h>
+#include <libavutil/error.h>
+#include <libavutil/mem.h>
+}
+
+namespace {
+
+constexpr int ioBufferBytes = 1 << 18;
+// A WAV with more chunks than this before its samples is not read as one with odd spelling.
+constexpr int maxChunks = 1000;
+
+bool isId(const char* id, const char* usual)
+{
+    return qstrnicmp(id, usual, 4) == 0;
+}
+
+} // namespace
+
+InputFile::InputFile() = default;
+
+InputFile::~InputFile()
+{
+    if (m_context) {
+        av_freep(&m_context->buffer);
+        avio_context_free(&m_context);
+    }
+    if (m_file >= 0)
+        close(m_file);
+}
+
+bool InputFile::open(const QString& path)
+{
+    const auto fail = [this](const QString& cause) {
+        m_error = cause;
+        return false;
+    };
+    // Not blocking: a FIFO would wait for a writer.
+    m_file = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (m_file < 0)
+        return fail(QString::fromLocal8Bit(std::strerror(errno)));
+    struct stat status;
+    if (fstat(m_file, &status) != 0 || !S_ISREG(status.st_mode))
+        return fail(QCoreApplication::translate("ffmpeg", "this is not a regular file"));
+    m_size = status.st_size;
+    posix_fadvise(m_file, 0, 0, POSIX_FADV_SEQUENTIAL);
+    readWaveHead();
+    auto* buffer = static_cast<uint8_t*>(av_malloc(ioBufferBytes));
+    m_context = buffer
+                    ? avio_alloc_context(buffer, ioBufferBytes, 0, this, readCallback, nullptr, seekCallback)
+                    : nullptr;
+    if (!m_context) {
+        av_free(buffer);
+        return fail(QString::fromLocal8Bit(std::strerror(ENOMEM)));
+    }
+    return true;
+}
+
+int64_t InputFile::readAt(void* out, int64_t count, int64_t offset) const
+{
+    ssize_t got;
+    do {
+        got = pread(m_file, out, std::size_t(count), offset);
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+int InputFile::readCallback(void* self, uint8_t* out, int count)
+{
+    auto& file = *static_cast<InputFile*>(self);
+    if (file.stop)
+        return AVERROR_EXIT;
+    const int64_t begin = file.position;
+    const int64_t got = file.readAt(out, count, begin);
+    if (got <= 0)
+        return got < 0 ? AVERROR(errno) : AVERROR_EOF;
+    for (const Respelling& r : file.m_respellings)
+        for (int i = 0; i < 4; ++i) {
+            const int64_t at = r.offset + i - begin;
+            if (at >= 0 && at < got)
+                out[at] = uint8_t(r.id[i]);
+        }
+    file.position = begin + got;
+    return int(got);
+}
+
+int64_t InputFile::seekCallback(void* self, int64_t offset, int whence)
+{
+    auto& file = *static_cast<InputFile*>(self);
+    whence &= ~AVSEEK_FORCE;
+    if (whence == AVSEEK_SIZE)
+        return file.m_size;
+    const int64_t base = whence == SEEK_CUR ? file.position.load() : whence == SEEK_END ? file.m_size : 0;
+    if (base + offset < 0)
+        return AVERROR(EINVAL);
+    file.position = base + offset;
+    return file.position;
+}
+
+void InputFile::respell(int64_t offset, const char* found, const char* usual)
+{
+    if (std::memcmp(found, usual, 4) == 0)
+        return;
+    Respelling r{offset, {}};
+    std::memcpy(r.id, usual, 4);
+    m_respellings.push_back(r);
+}
+
+void InputFile::readWaveHead()
+{
+    static const char* const forms[] = {"RIFF", "RF64", "BW64"};
+    static const char* const chunks[] = {"fmt ", "data", "ds64", "fact", "LIST", "bext"};
+    char head[12];
+    if (readAt(head, 12, 0) != 12 || !isId(head + 8, "WAVE"))
+        return;
+    for (const char* form : forms)
+        if (isId(head, form)) {
+            m_head.isWave = true;
+            respell(0, head, form);
+        }
+    if (!m_head.isWave)
+        return;
+    respell(8, head + 8, "WAVE");
+    int64_t offset = 12;
+    for (int i = 0; i < maxChunks && readAt(head, 8, offset) == 8; ++i) {
+        for (const char* chunk : chunks)
+            if (isId(head, chunk))
+                respell(offset, head, chunk);
+        const auto size = qFromLittleEndian<quint32>(head + 4);
+        char format[8]; // tag, channels, rate
+        if (isId(head, "fmt ") && size >= sizeof format && readAt(format, 8, offset + 8) == 8) {
+            m_head.hasFormat = true;
+            m_head.channels = qFromLittleEndian<quint16>(format + 2);
+            m_head.rate = qFromLittleEndian<quint32>(format + 4);
+        }
+        if (isId(head, "data"))
+            return;
+        offset += 8 + int64_t(size) + (size & 1);
+    }
+}

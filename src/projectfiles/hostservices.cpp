@@ -1,0 +1,107 @@
+#include "projectfiles/hostservices.h"
+
+#include "model/types/channellabels.h"
+#include "plugins/hosttable.h"
+#include "projectfiles/wavchunks.h"
+#include "spectral/primitives/vectors.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+void fillVectors(HostTable& table)
+{
+    table.copy = [](float* d, const float* s, int64_t n) { vec::copy(d, s, n); };
+    table.zero = [](float* d, int64_t n) { vec::zero(d, n); };
+    table.multiply = [](float* d, const float* a, const float* b, int64_t n) { vec::multiply(d, a, b, n); };
+    table.multiplyConstant = [](float* d, const float* s, double c, int64_t n) {
+        vec::multiplyConstant(d, s, float(c), n);
+    };
+    table.add = [](float* d, const float* a, const float* b, int64_t n) { vec::add(d, a, b, n); };
+    table.addConstant = [](float* d, const float* s, float c, int64_t n) { vec::addConstant(d, s, c, n); };
+    table.subtract = [](float* d, const float* a, const float* b, int64_t n) { vec::subtract(d, a, b, n); };
+    table.multiplyAdd = [](float* d, const float* a, const float* b, int64_t n) {
+        for (int64_t i = 0; i < n; ++i)
+            d[i] += a[i] * b[i];
+    };
+    table.multiplyAddConstant = [](float* d, const float* s, float c, int64_t n) {
+        vec::multiplyAdd(d, s, c, n);
+    };
+    table.divide = [](float* d, const float* a, const float* b, int64_t n) { vec::divide(d, a, b, n); };
+    table.maximum = [](float* d, const float* a, const float* b, int64_t n) {
+        for (int64_t i = 0; i < n; ++i)
+            d[i] = std::max(a[i], b[i]);
+    };
+    table.maxAbs = [](const float* s, int64_t n) { return vec::maxAbs(s, n); };
+    table.sum = [](const float* s, int64_t n) { return vec::sum(s, n); };
+    table.absolute = [](float* v, int64_t n) {
+        for (int64_t i = 0; i < n; ++i)
+            v[i] = std::fabs(v[i]);
+    };
+    table.squareRoot = [](float* v, int64_t n) {
+        for (int64_t i = 0; i < n; ++i)
+            v[i] = v[i] > 0 ? std::sqrt(v[i]) : 0;
+    };
+    table.minimum = [](float* d, const float* a, const float* b, int64_t n) {
+        for (int64_t i = 0; i < n; ++i)
+            d[i] = std::min(a[i], b[i]);
+    };
+}
+
+uint64_t maskFromSigns(const QByteArray& signs)
+{
+    uint64_t mask = 0;
+    for (int i = 0; i < std::min(signs.size(), 64); ++i) {
+        const char sign = signs[i];
+        if (sign != '\0' && sign != '0' && sign != '-' && sign != ' ')
+            mask |= uint64_t(1) << i;
+    }
+    return mask;
+}
+
+void fillChannels(HostTable& table)
+{
+    table.channelBits = [](int32_t type) { return channelBits(type); };
+    table.channelCount = [](uint64_t mask) -> int32_t { return channelCount(mask); };
+    table.defaultChannelsMask = [](int32_t type, int32_t count) { return defaultChannelsMask(type, count); };
+    table.channelsMaskFromSigns = &maskFromSigns;
+    table.channelBit = [](uint64_t mask, int32_t index) { return channelBit(mask, index); };
+    table.channelLabel = [](int32_t type, uint64_t mask, int32_t index) {
+        return channelLabel(type, mask, index);
+    };
+    table.channelShortLabel = [](int32_t type, uint64_t mask, int32_t index) {
+        return channelShortLabel(type, mask, index);
+    };
+}
+
+// Entries 23 to 31 stand in their places until resampler, remixer and writers are there.
+void fillRefusals(HostTable& table)
+{
+    table.reformatDialog = [](QWidget*, SamplingFormat&, Matrix&) { return false; };
+    table.defaultChannelMatrix = [](uint64_t, uint64_t) { return Matrix(); };
+    table.channelRemixerDialog = [](QWidget*, uint64_t, uint64_t, Matrix&) { return false; };
+    table.createResampler = [](const SamplingFormat&, const SamplingFormat&, const Matrix&) -> Resampler* {
+        return nullptr;
+    };
+    table.createPlainResampler = [](const SamplingFormat&) -> Resampler* { return nullptr; };
+    table.writeWave = [](const QString&, const SamplingFormat&, const ILayerPtr&) { return false; };
+    table.appendMarkers = [](const QString&, const MarkerList&) { return false; };
+    table.appendMetaData = [](const QString&, const MetaDataList&) { return false; };
+    table.readWave = [](const QString&, const ILayerPtr&) { return false; };
+}
+
+} // namespace
+
+void fillHostTable(HostTable& table)
+{
+    fillVectors(table);
+    fillChannels(table);
+    fillRefusals(table);
+    table.readMarkers = [](const QString& path, MarkerList& markers) {
+        return wavchunks::readMarkers(path, markers);
+    };
+    table.readMetaData = [](const QString& path, MetaDataList& tags) {
+        return wavchunks::readMetaData(path, tags);
+    };
+}
