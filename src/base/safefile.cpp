@@ -13,8 +13,9 @@ QString tr(const char* text)
     return QCoreApplication::translate("SafeFile", text);
 }
 
-// The path at the end of a chain of links, also when nothing stands there yet. Empty for a circle.
-QString followLinks(QString path)
+} // namespace
+
+QString SafeFile::followLinks(QString path)
 {
     constexpr int longestChain = 40; // as the kernel's own
     for (int i = 0; i < longestChain; ++i) {
@@ -25,8 +26,6 @@ QString followLinks(QString path)
     }
     return {};
 }
-
-} // namespace
 
 SafeFile::SafeFile(const QString& path) : m_path(path) {}
 

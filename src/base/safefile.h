@@ -30,6 +30,8 @@ public:
     // only the folder could not be synced, with the new one in place and not yet known to be safe.
     [[nodiscard]] bool commit();
 
+    // The path at the end of a chain of links, also when nothing stands there yet. Empty for a circle.
+    [[nodiscard]] static QString followLinks(QString path);
     // The file that is replaced, links followed.
     [[nodiscard]] QString path() const { return m_path; }
     // File and cause of the failure, for the informative text of a box.
