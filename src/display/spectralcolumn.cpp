@@ -1,0 +1,139 @@
+#include "display/spectralcolumn.h"
+
+#include "display/columnkernels.h"
+#include "spectral/primitives/vectors.h"
+
+#include <cstring>
+
+namespace {
+
+Complex* spectrumOf(ArrayTemplate<Complex>& array, const Transform& settings)
+{
+    array.resize(settings.bins());
+    return array.data();
+}
+
+// Buffers of one pool thread, reused for every column of every picture. T as in the column.
+template<class T>
+struct ColumnScratch
+{
+    T samples;
+    T frame;
+    int frameSize = 0;
+    ArrayTemplate<Complex> spectrum;
+    ArrayTemplate<Complex> second;
+
+    // The samples times `window` in the middle of M values; the padding around them stays zero.
+    const T& windowed(const T& input, const ArrayTemplate<float>& window, const Transform& settings)
+    {
+        const int64_t length = settings.dftLength();
+        const int64_t size = settings.frameSize;
+        if (frame.size() != length || frameSize != size) {
+            frame = T(length);
+            frameSize = settings.frameSize;
+        }
+        vec::multiply(frame.data() + (length - size) / 2, input.data(), window.data(), size);
+        return frame;
+    }
+};
+
+template<class T>
+ColumnScratch<T>& scratch()
+{
+    thread_local ColumnScratch<T> buffers;
+    return buffers;
+}
+
+// A real spectrum has no neighbour above its last bin; a complex one is cyclic.
+template<class T>
+void closeShifts(ArrayTemplate<float>& shifts, int64_t bins)
+{
+    shifts[bins] = std::is_same_v<T, ArrayTemplate<float>> ? 0 : shifts[0];
+}
+
+// Answers whether the array was empty although it is needed.
+bool prepareShifts(ArrayTemplate<float>& shifts, float factor, int64_t bins)
+{
+    const bool missing = factor > 0 && shifts.isEmpty();
+    shifts.resize(factor > 0 ? bins + 1 : 0);
+    return missing;
+}
+
+template<class T>
+bool equalBits(const T& a, const T& b)
+{
+    return a.size() == b.size() && (a.isEmpty() || std::memcmp(a.data(), b.data(), a.bytes()) == 0);
+}
+
+} // namespace
+
+template<class T>
+bool SpectralTextureTransform<T>::run(const ColumnContext& context)
+{
+    const Transform& settings = *context.settings;
+    const int64_t bins = settings.bins();
+    const bool resized = m_magnitudes.size() != bins;
+    m_magnitudes.resize(bins);
+    const bool needTime = prepareShifts(m_timeShifts, context.timeSharpen, bins);
+    const bool needFreq = prepareShifts(m_freqShifts, context.freqSharpen, bins);
+    const Range frame{m_position, settings.frameSize};
+    if (frame.intersected(context.layerRange).isEmpty())
+        return silence() || resized;
+
+    T& samples = scratch<T>().samples;
+    samples.resize(settings.frameSize);
+    context.layer->read(reinterpret_cast<float*>(samples.data()), frame, context.channel, true, true);
+    if (!m_silent && !needTime && !needFreq && sameSettings(m_snapshot, settings) &&
+        equalBits(samples, m_samples))
+        return false;
+    m_silent = false;
+    m_snapshot = settings;
+    samples.swap(m_samples);
+    transform(context);
+    return true;
+}
+
+template<class T>
+bool SpectralTextureTransform<T>::silence()
+{
+    // Sizes that change come up as zeros.
+    if (m_silent)
+        return false;
+    for (ArrayTemplate<float>* array : {&m_magnitudes, &m_timeShifts, &m_freqShifts})
+        vec::zero(array->data(), array->size());
+    m_silent = true;
+    return true;
+}
+
+template<class T>
+void SpectralTextureTransform<T>::transform(const ColumnContext& context)
+{
+    const Transform& settings = *context.settings;
+    const int64_t bins = settings.bins();
+    ColumnScratch<T>& buffers = scratch<T>();
+    Complex* spectrum = spectrumOf(buffers.spectrum, settings);
+    settings.forward(buffers.windowed(m_samples, settings.analysisWindow, settings).data(), spectrum);
+    vec::magnitude(m_magnitudes.data(), spectrum, bins);
+    if (context.timeSharpen > 0) {
+        Complex* second = spectrumOf(buffers.second, settings);
+        settings.forward(buffers.windowed(m_samples, settings.timeWindow, settings).data(), second);
+        columnkernels::timeShifts(m_timeShifts.data(), second, spectrum, bins);
+        closeShifts<T>(m_timeShifts, bins);
+    }
+    if (context.freqSharpen > 0) {
+        Complex* second = spectrumOf(buffers.second, settings);
+        settings.forward(buffers.windowed(m_samples, settings.derivativeWindow, settings).data(), second);
+        columnkernels::freqShifts(m_freqShifts.data(), second, spectrum, bins);
+        closeShifts<T>(m_freqShifts, bins);
+    }
+}
+
+template class SpectralTextureTransform<ArrayTemplate<float>>;
+template class SpectralTextureTransform<ArrayTemplate<Complex>>;
+
+std::unique_ptr<ISpectralTextureTransform> makeColumn(const TransformSettings& settings)
+{
+    if (settings.sampleType == SampleTypeReal)
+        return std::make_unique<SpectralTextureTransform<ArrayTemplate<float>>>();
+    return std::make_unique<SpectralTextureTransform<ArrayTemplate<Complex>>>();
+}
