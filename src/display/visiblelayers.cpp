@@ -1,0 +1,24 @@
+#include "display/visiblelayers.h"
+
+namespace {
+
+void collect(const ILayer& group, bool visible, std::vector<LayerInView>& found)
+{
+    const bool anySolo = group.hasSolo();
+    for (const ILayerPtr& child : group.children(ChildrenDirect)) {
+        const bool heard = anySolo ? child->solo() || child->hasSolo() : child->enabled();
+        if (child->type() == LayerTypeGroup)
+            collect(*child, visible && heard, found);
+        else
+            found.push_back({child, visible && heard});
+    }
+}
+
+} // namespace
+
+std::vector<LayerInView> layersInView(const ILayer& group)
+{
+    std::vector<LayerInView> found;
+    collect(group, true, found);
+    return found;
+}
