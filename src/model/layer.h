@@ -115,6 +115,9 @@ public:
     // and stays so).
     bool finishAppend();
 
+    // Whether the samples here would have to be computed anew for that format.
+    [[nodiscard]] virtual bool needsResampling(const SamplingFormat& target, const Matrix& matrix) const;
+
     // --- ILayer ------------------------------------------------------------------------------------
 
     [[nodiscard]] int32_t type() const override { return LayerTypeLayer; }
@@ -218,6 +221,7 @@ protected:
     [[nodiscard]] Range reported(const Range& raw) const;
     // A position of the timeline, `pivot` being the raw start.
     [[nodiscard]] int64_t toRaw(int64_t position, int64_t pivot) const;
+    void renewBackup(); // with m_edit held exclusively
     // Finds `record` among the applied ones and removes it and all equal ones (undo), or appends it.
     void noteApplied(const LayerRecord& record, int32_t direction);
     // An empty layer of the same kind for the next before-image.
@@ -229,15 +233,15 @@ protected:
     QList<LayerRecord> m_records; // GUI thread only
 
 private:
-    [[nodiscard]] bool keepForUndo(const Range& range); // with m_edit held, shared or exclusive
+    // Copies the old samples of `range` into the backup, as far as they are not there yet. With m_edit
+    // held, shared or exclusively.
+    [[nodiscard]] bool keepForUndo(const Range& range);
     [[nodiscard]] bool growBackup(const Range& blocks);
     [[nodiscard]] bool growTo(const Range& range); // with m_edit held exclusively
     [[nodiscard]] bool makeRoom(const Range& range);
     void markChanged(const Range& range);
-    void renewBackup(); // with m_edit held exclusively
-    void spanChanged(); // stamps after a change of span
     void mixIn(const ILayerPtr& source, const Range& range, float gain, bool overwrite);
-    [[nodiscard]] bool setSpan(const Range& range); // setRange with m_edit held exclusively
+    [[nodiscard]] bool setSpan(const Range& target); // setRange with m_edit held exclusively
 
     SampleStore m_store; // has its own locks; its structure changes only with m_edit held exclusively
     std::atomic<bool> m_enabled;

@@ -20,8 +20,10 @@ class LayerGroup : public Layer
 public:
     [[nodiscard]] static LayerGroupPtr create(const SamplingFormat& format, const LayerHeader& header = {},
                                               bool withBackup = true);
+    // A group that reads as the mix of `layers`, which stay where they are in their own tree.
+    [[nodiscard]] static LayerGroupPtr mixOf(const SamplingFormat& format, const QList<ILayerPtr>& layers);
     LayerGroup(Key, const SamplingFormat& format, const LayerHeader& header);
-    LayerGroup(Key, const LayerGroup& other); // header copy; open, no children
+    LayerGroup(Key, const LayerGroup& other); // header copy: also `open`, but no children
     // Trees of any depth die without recursion.
     ~LayerGroup() override;
 
@@ -64,6 +66,8 @@ public:
     // computed. The progress counts children.
     bool changeFormat(const SamplingFormat& format, const Matrix& matrix, const Progress& progress) override;
 
+    [[nodiscard]] bool needsResampling(const SamplingFormat& target, const Matrix& matrix) const override;
+
     // A group has no samples: these do nothing.
     bool write(const float*, Range, int32_t, bool) override { return false; }
     void extendTo(Range) override {}
@@ -88,9 +92,12 @@ protected:
 
 private:
     [[nodiscard]] QList<ILayerPtr> list() const;
+    void exchangeList(QList<ILayerPtr> children);
+    // The same, and tells the old children and the new ones who their parent is.
     void setList(const QList<ILayerPtr>& children);
     [[nodiscard]] bool accepts(const ILayerPtr& layer) const;
     [[nodiscard]] Range childrenRange(bool withAttached) const;
+    void mixChildren(float* out, const Range& ask, int32_t channel, bool withAttached, float gain) const;
 
     std::atomic<bool> m_open = true;
     mutable Mutex m_listMutex; // a leaf; held for a copy or an exchange of the list only

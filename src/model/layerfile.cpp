@@ -1,0 +1,66 @@
+// Layers on files that exist already.
+#include "base/sessionfile.h"
+#include "model/layer.h"
+
+#include <algorithm>
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+#include <QVariant>
+
+namespace {
+
+constexpr qint64 copyChunk = 1 << 20; // bytes
+
+QString sessionFolder()
+{
+    const QCoreApplication* application = QCoreApplication::instance();
+    return application ? application->property("sessionpath").toString() : QString();
+}
+
+std::unique_ptr<SessionFile> copyOf(const QString& path, QString* cause)
+{
+    QFile source(path);
+    if (!QFileInfo(path).isFile() || !source.open(QIODevice::ReadOnly)) {
+        *cause = source.errorString();
+        return nullptr;
+    }
+    const qint64 size = source.size();
+    std::unique_ptr<SessionFile> target = SessionFile::create(sessionFolder(), size);
+    if (!target) {
+        *cause = SessionFile::lastError();
+        return nullptr;
+    }
+    for (qint64 done = 0; done < size;) {
+        const qint64 count = source.read(target->data() + done, std::min(copyChunk, size - done));
+        if (count < 1) {
+            *cause = source.errorString();
+            return nullptr;
+        }
+        done += count;
+    }
+    return target;
+}
+
+} // namespace
+
+LayerPtr Layer::fromFile(const SamplingFormat& format, const LayerHeader& header, int64_t start,
+                         const QString& path, bool copyFile, bool withBackup)
+{
+    const LayerPtr layer = create(format, header, start, false);
+    if (!path.isEmpty()) {
+        QString cause;
+        std::unique_ptr<SessionFile> file;
+        if (copyFile)
+            file = copyOf(path, &cause);
+        else if (!(file = SessionFile::adopt(sessionFolder(), path)))
+            cause = SessionFile::lastError();
+        if (!file || !layer->m_store.adopt(std::move(file)))
+            qWarning().noquote() << "Sample file" << path << "cannot be used:" << cause;
+    }
+    if (withBackup)
+        layer->startBackup();
+    return layer;
+}

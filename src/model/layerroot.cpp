@@ -1,0 +1,71 @@
+#include "model/layerroot.h"
+
+LayerRoot::LayerRoot(const SamplingFormat& format) : m_format(format), m_active(std::make_shared<ILayerPtr>())
+{
+    // Node 0 and 1 are scratch: their contents are never undone.
+    m_layers << Layer::create(format, {QStringLiteral("ActivePreview")}, 0, false)
+             << Layer::create(format, {QStringLiteral("Temporary")}, 0, false)
+             << LayerGroup::create(format, {QStringLiteral("Project")}, true);
+}
+
+bool LayerRoot::setActive(ILayerPtr layer)
+{
+    if (*m_active == layer)
+        return false;
+    *m_active = std::move(layer);
+    return true;
+}
+
+ILayerPtr LayerRoot::layer(int32_t index) const
+{
+    if (index == -1)
+        return *m_active;
+    return index >= 0 && index < m_layers.size() ? m_layers[index] : nullptr;
+}
+
+void LayerRoot::setFormat(const SamplingFormat& format)
+{
+    m_format = format;
+    for (const LayerPtr& node : m_layers)
+        node->setFormat(format);
+}
+
+LayerGroupPtr LayerRoot::project() const
+{
+    return std::static_pointer_cast<LayerGroup>(m_layers[RootProject]);
+}
+
+QList<ILayerPtr> LayerRoot::allLayers() const
+{
+    const QList<ILayerPtr> tree = m_layers[RootProject]->children(ChildrenAll);
+    QList<ILayerPtr> all = tree;
+    for (const ILayerPtr& layer : tree) {
+        const ILayerPtr source = layer->type() == LayerTypeRegion ? layer->sourceShared() : nullptr;
+        if (source && !all.contains(source))
+            all << source;
+    }
+    return all;
+}
+
+std::optional<LayerRoot> LayerRoot::clone(QString* words) const
+{
+    LayerRoot copy(m_format);
+    for (int i = 0; i < m_layers.size(); ++i) {
+        const LayerPtr node = m_layers[i]->clone(i == RootProject);
+        if (!node) {
+            m_layers[i]->takeStorageError(words);
+            return std::nullopt;
+        }
+        copy.m_layers[i] = node;
+    }
+    const auto places = [](const LayerRoot& root) {
+        QList<ILayerPtr> all;
+        for (const LayerPtr& node : root.m_layers)
+            all << ILayerPtr(node) << node->children(ChildrenAll);
+        return all;
+    };
+    const int place = places(*this).indexOf(*m_active);
+    if (*m_active && place >= 0)
+        copy.setActive(places(copy)[place]);
+    return copy;
+}

@@ -1,0 +1,195 @@
+// The part of Layer that keeps old samples and brings them back.
+#include "model/layer.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace {
+
+// Whole blocks around a range. A range that ends with a block takes the next one too.
+Range widened(const Range& range)
+{
+    if (range.isEmpty())
+        return {};
+    const int64_t first = range.start & ~(Layer::backupBlock - 1);
+    const int64_t end = (range.end() & ~(Layer::backupBlock - 1)) + Layer::backupBlock;
+    return {first, end - first};
+}
+
+} // namespace
+
+void Layer::markChanged(const Range& range)
+{
+    const std::lock_guard locker(m_changedMutex);
+    m_changedRange = m_changedRange.united(range);
+}
+
+bool Layer::keepForUndo(const Range& range)
+{
+    if (!m_backup)
+        return true;
+    // Only data that existed when the backup began can be worth keeping.
+    const Range blocks = widened(range).intersected(m_backupRange);
+    if (!blocks.isEmpty() && !growBackup(blocks)) {
+        setStorageError();
+        return false;
+    }
+    markChanged(range);
+    return true;
+}
+
+// What the backup does not cover yet has not been changed yet, so it is copied from the data as it
+// stands. The backup's lock is held until that is done: another writer of the same blocks waits in
+// its look at the span, and writes only after its old samples are safe.
+bool Layer::growBackup(const Range& blocks)
+{
+    Layer& backup = *m_backup;
+    {
+        const ReadLocker locker(backup.m_edit);
+        if (backup.m_store.range().contains(blocks))
+            return true;
+    }
+    const WriteLocker locker(backup.m_edit);
+    const Range covered = backup.m_store.range();
+    const Range target = covered.united(blocks);
+    if (target == covered)
+        return true;
+    if (!backup.m_store.resize(target))
+        return false;
+    if (covered.isEmpty()) {
+        backup.m_store.copyFrom(m_store, target);
+    } else {
+        backup.m_store.copyFrom(m_store, {target.start, covered.start - target.start});
+        backup.m_store.copyFrom(m_store, {covered.end(), target.end() - covered.end()});
+    }
+    return true;
+}
+
+LayerPtr Layer::makeBackup() const
+{
+    return headerCopy(*this);
+}
+
+void Layer::renewBackup()
+{
+    if (!m_backup)
+        return;
+    m_backup = makeBackup();
+    m_backupRange = m_store.range();
+    const std::lock_guard locker(m_changedMutex);
+    m_changedRange = {};
+}
+
+void Layer::startBackup()
+{
+    const WriteLocker locker(m_edit);
+    if (m_backup)
+        return;
+    m_backup = makeBackup();
+    renewBackup();
+}
+
+void Layer::newBackup()
+{
+    const WriteLocker locker(m_edit);
+    renewBackup();
+}
+
+void Layer::resetBackup(int32_t)
+{
+    newBackup();
+}
+
+bool Layer::hasBackup() const
+{
+    return backup() != nullptr;
+}
+
+LayerPtr Layer::backup() const
+{
+    const ReadLocker locker(m_edit);
+    return m_backup;
+}
+
+Range Layer::backupRange() const
+{
+    const ReadLocker locker(m_edit);
+    return m_backupRange;
+}
+
+Range Layer::changedRange() const
+{
+    const std::lock_guard locker(m_changedMutex);
+    return m_changedRange;
+}
+
+QList<LayerRecord> Layer::records() const
+{
+    return m_records;
+}
+
+Range Layer::recordsRange() const
+{
+    Range all;
+    for (const LayerRecord& record : m_records)
+        if (record.after)
+            all = all.united(record.after->range());
+    return all;
+}
+
+LayerRecord Layer::commitRecord()
+{
+    LayerRecord record;
+    record.before = backup();
+    if (!record.before)
+        return {};
+    Range changed = changedRange().intersected(m_store.range());
+    record.after = copy(changed, false);
+    if (!record.after)
+        return {};
+    {
+        const WriteLocker locker(m_edit);
+        record.beforeRange = m_backupRange;
+        record.afterRange = m_store.range();
+        renewBackup();
+    }
+    m_records.append(record);
+    return record;
+}
+
+void Layer::noteApplied(const LayerRecord& record, int32_t direction)
+{
+    if (direction != 0)
+        m_records.append(record);
+    else
+        m_records.erase(std::remove(m_records.begin(), m_records.end(), record), m_records.end());
+}
+
+void Layer::resetToBackup()
+{
+    applyRecord({}, 0);
+}
+
+// Before-images are sparse: what they do not hold has not been changed, and stands there still.
+void Layer::applyRecord(const LayerRecord& record, int32_t direction)
+{
+    const bool live = record.isEmpty();
+    if (live && (direction != 0 || !hasBackup()))
+        return;
+    const LayerPtr image = live ? backup() : direction == 0 ? record.before : record.after;
+    const Range target = live ? backupRange() : direction == 0 ? record.beforeRange : record.afterRange;
+    if (image && image->type() == LayerTypeLayer) {
+        const WriteLocker locker(m_edit);
+        if (image->m_store.format().frameBytes() != m_store.format().frameBytes())
+            return;
+        if (!m_store.resize(target)) {
+            setStorageError();
+            return;
+        }
+        m_store.copyFrom(image->m_store, target);
+        renewBackup();
+    }
+    if (!live)
+        noteApplied(record, direction);
+    stampContent();
+}
