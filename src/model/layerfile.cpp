@@ -23,8 +23,9 @@ QString sessionFolder()
 std::unique_ptr<SessionFile> copyOf(const QString& path, QString* cause)
 {
     QFile source(path);
-    if (!QFileInfo(path).isFile() || !source.open(QIODevice::ReadOnly)) {
-        *cause = source.errorString();
+    const bool regular = QFileInfo(path).isFile(); // opening a FIFO would wait for a writer
+    if (!regular || !source.open(QIODevice::ReadOnly)) {
+        *cause = regular ? source.errorString() : QStringLiteral("not a regular file");
         return nullptr;
     }
     const qint64 size = source.size();

@@ -83,7 +83,6 @@ public:
 
     LayerRecord commitRecord() override;
     void applyRecord(const LayerRecord& record, int32_t direction) override;
-    void newBackup() override;
     // Its own; then, for mode 1 in an open group and for mode 2, its children's with the same mode.
     void resetBackup(int32_t mode) override;
 
