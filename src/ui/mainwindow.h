@@ -2,6 +2,7 @@
 #pragma once
 
 #include "model/events.h"
+#include "ui/sessionrecords.h"
 #include "ui/widgets/qmainwindowext.h"
 
 #include <memory>
@@ -58,12 +59,15 @@ protected:
 private:
     void loadPlugins();
     void buildCentral();
-    void buildMenus();
     void showTabState();
+    void actOn(const SessionRecord& record);
+    void showArea(const Area& area);
 
     bool m_embedded;
     Area m_viewArea;
-    bool m_wasMaximized = false; // before full screen
+    bool m_wasMaximized = false;    // before full screen
+    QList<SessionRecord> m_records; // not acted on yet
+    bool m_importing = false;
     int m_importedRecords = 0;
     QStringList m_failedImports;
     std::unique_ptr<PluginLoader> m_plugins;

@@ -1,0 +1,53 @@
+// The actions of the window and their keys.
+#pragma once
+
+#include <functional>
+
+#include <QHash>
+#include <QKeySequence>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+class QAction;
+class QWidget;
+
+// One row: what the settings and the shortcuts dialog know an action by.
+struct ActionRow
+{
+    QString id;       // menu plus verb: "fileopen"
+    QString label;    // with its mnemonic: "&Open..."
+    QString tip = {}; // for the status line; empty takes the label
+    QKeySequence::StandardKey standard = QKeySequence::UnknownKey;
+    QString keys = {}; // portable text, ';' between primary and secondary; used when there is no `standard`
+    bool needsProject = false; // disabled while no project is open
+    bool checkable = false;
+};
+
+// Makes the actions by their rows. Keys are the user's own where the property `shortcuts` (a hash
+// from id to portable text, ';'-separated) has an entry for the id, otherwise those of the row.
+// The defaults are published in the property `defaultsettings` under "shortcuts", the labels in the
+// property `nameshortcuts`.
+class ActionTable : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Actions belong to `window`, whose keys they are.
+    explicit ActionTable(QWidget& window);
+
+    // `triggered` is called with the checked state.
+    QAction* add(const ActionRow& row, const std::function<void(bool)>& triggered);
+    // Null for an unknown id.
+    [[nodiscard]] QAction* action(const QString& id) const { return m_actions.value(id); }
+    // Enables or disables all rows that need a project.
+    void setProjectOpen(bool open);
+    // Writes the two properties; after the last row.
+    void publish() const;
+
+private:
+    QWidget& m_window;
+    QHash<QString, QAction*> m_actions; // children of the window
+    QHash<QString, QString> m_defaults;
+    QList<QAction*> m_needProject;
+};

@@ -1,0 +1,250 @@
+#include "ui/mainwindow.h"
+
+#include "display/channelsdisplay.h"
+#include "plugins/pluginloader.h"
+#include "projectfiles/hostservices.h"
+#include "projectfiles/projecttabs.h"
+#include "ui/aboutdialog.h"
+#include "ui/actiontable.h"
+#include "ui/logdialog.h"
+#include "ui/mainmenu.h"
+#include "ui/objectproperties.h"
+#include "ui/sessionrecords.h"
+#include "ui/statusreadout.h"
+#include "ui/stylesheet.h"
+#include "ui/supportinfo.h"
+#include "ui/windowgeometry.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDragEnterEvent>
+#include <QIcon>
+#include <QMimeData>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QStatusBar>
+#include <QTimer>
+#include <QUrl>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr QSize smallestWindow(640, 360);
+
+QString appProperty(const char* key)
+{
+    return QCoreApplication::instance()->property(key).toString();
+}
+
+QStringList localFiles(const QMimeData& data)
+{
+    QStringList paths;
+    for (const QUrl& url : data.urls())
+        if (url.isLocalFile())
+            paths << url.toLocalFile();
+    return paths;
+}
+
+} // namespace
+
+MainWindow::MainWindow(bool embedded, QWidget* parent)
+    : QMainWindowExt(parent),
+      IEvent(QStringLiteral("MainWindow")),
+      m_embedded(embedded),
+      m_plugins(std::make_unique<PluginLoader>())
+{
+    setObjectName(QStringLiteral("MainWindow"));
+    loadPlugins();
+    qInfo("initializing UI...");
+    applyStyle();
+    setWindowIcon(QIcon(QStringLiteral(":/resources/") + appProperty("appicon")));
+    setAcceptDrops(true);
+    setContextMenuPolicy(Qt::NoContextMenu);
+    setFocusPolicy(Qt::ClickFocus);
+    buildCentral();
+    m_actions = new ActionTable(*this);
+    buildMainMenu(*this, *m_actions);
+    m_status = new StatusReadout(this);
+    statusBar()->addWidget(m_status, 1);
+    statusBar()->setSizeGripEnabled(false);
+    qInfo("Layout and graphic objects initialized");
+    connect(m_tabs, &ProjectTabs::currentProjectChanged, this, &MainWindow::showTabState);
+    qInfo("engine objects and connections initialized");
+    qInfo("Setting shortcuts and properties");
+    m_actions->publish();
+    applyObjectProperties(*this);
+    showTabState();
+    qInfo("UI Initialized");
+    setMinimumSize(smallestWindow);
+    if (!m_embedded)
+        restoreWindowGeometry(*this);
+    // Not before the window is on the screen: a recording shows while it loads.
+    QMetaObject::invokeMethod(this, &MainWindow::sessionImport, Qt::QueuedConnection);
+    qInfo("Ready");
+}
+
+MainWindow::~MainWindow()
+{
+    // The views go first, then the projects whose layers they show.
+    delete m_display;
+    delete m_tabs;
+}
+
+void MainWindow::loadPlugins()
+{
+    qInfo("loading plugins...");
+    PluginLoader::Settings settings;
+    settings.folder = appProperty("pluginspath");
+    settings.rows = includeRows(*QCoreApplication::instance());
+    settings.fillHostTable = fillHostTable;
+    settings.mainWindow = this;
+    settings.probeProgram = appProperty("path") + QStringLiteral("/bin/morvane_probe");
+    settings.cacheFolder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
+    const int count = m_plugins->load(settings);
+    qInfo().noquote() << QStringLiteral("%1 Plugins loaded").arg(count);
+}
+
+void MainWindow::buildCentral()
+{
+    auto* central = new QWidget(this);
+    central->setObjectName(QStringLiteral("central"));
+    auto* layout = new QVBoxLayout(central);
+    layout->setContentsMargins({});
+    layout->setSpacing(0);
+    m_tabs = new ProjectTabs(central);
+    m_tabs->setFilePlugins(m_plugins->filePlugins());
+    m_display = new ChannelsDisplay(central);
+    layout->addWidget(m_tabs);
+    layout->addWidget(m_display, 1);
+    setCentralWidget(central);
+}
+
+void MainWindow::showTabState()
+{
+    const ProjectPtr project = m_tabs->currentProject();
+    m_actions->setProjectOpen(project != nullptr);
+    setWindowTitle(project ? QStringLiteral("%1 \u2013 %2").arg(project->name, appProperty("name"))
+                           : appProperty("name"));
+}
+
+void MainWindow::areaEvent(EventId, const Area& area)
+{
+    m_viewArea = area;
+}
+
+void MainWindow::sessionImport()
+{
+    const QByteArray queue = QCoreApplication::instance()->property("importqueue").toByteArray();
+    QCoreApplication::instance()->setProperty("importqueue", QByteArray());
+    const SessionRecords read = readSessionRecords(queue);
+    m_records << read.records;
+    if (!read.fault.isEmpty())
+        qWarning().noquote() << QStringLiteral("session import ended early: ") + read.fault;
+    // A file that is being loaded runs the event loop; what arrives meanwhile waits for its turn.
+    if (m_importing)
+        return;
+    m_importing = true;
+    while (!m_records.isEmpty())
+        actOn(m_records.takeFirst());
+    m_importing = false;
+}
+
+void MainWindow::actOn(const SessionRecord& record)
+{
+    ++m_importedRecords;
+    switch (record.header) {
+    case SessionHeader::Edit:
+    case SessionHeader::Merge:
+    case SessionHeader::Replace: {
+        static const char* const labels[] = {"(edit) ", "(merge) ", "(replace) "};
+        qInfo().noquote().nospace() << "session import " << labels[int(record.header)] << record.path
+                                    << " (start: " << record.startSample << " samples) from "
+                                    << record.source;
+        if (!m_tabs->parse(record.path, record.startSample, int(record.header), record.source, record.server))
+            m_failedImports << record.path;
+        break;
+    }
+    case SessionHeader::AudioApi: // there is no device yet to select one for
+        break;
+    case SessionHeader::TimeRange:
+        showArea({record.start, m_viewArea.y, record.length, m_viewArea.height});
+        break;
+    case SessionHeader::FreqRange:
+        showArea({m_viewArea.x, record.start, m_viewArea.width, record.length});
+        break;
+    }
+}
+
+void MainWindow::showArea(const Area& area)
+{
+    if (!m_tabs->currentProject())
+        return;
+    m_viewArea = area;
+    postEvent(this, EventId::DisplayAreaChange, m_viewArea, nullptr);
+}
+
+void MainWindow::toggleFullscreen(bool on)
+{
+    if (on == isFullScreen())
+        return;
+    if (on)
+        m_wasMaximized = isMaximized();
+    setWindowState(on ? windowState() | Qt::WindowFullScreen : windowState() & ~Qt::WindowFullScreen);
+    if (!on && m_wasMaximized)
+        setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void MainWindow::toggleComposite()
+{
+    if (const ProjectPtr project = m_tabs->currentProject())
+        postEvent(this, EventId::DisplayCompositeEnable, !project->display.composite, nullptr);
+}
+
+void MainWindow::showLog()
+{
+    LogDialog(this).exec();
+}
+
+void MainWindow::showSupportInfo()
+{
+    SupportInfoDialog(this).exec();
+}
+
+void MainWindow::showAbout()
+{
+    AboutDialog(this).exec();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (!m_tabs->closeAll()) {
+        event->ignore();
+        return;
+    }
+    if (!m_embedded)
+        storeWindowGeometry(*this);
+    QMainWindowExt::closeEvent(event);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!localFiles(*event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void MainWindow::dragMoveEvent(QDragMoveEvent* event)
+{
+    if (!localFiles(*event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event)
+{
+    const QStringList paths = localFiles(*event->mimeData());
+    event->acceptProposedAction();
+    // After the drop is over: the program that the files come from waits for its end.
+    QTimer::singleShot(0, this, [this, paths] {
+        for (int i = 0; i < paths.size(); ++i)
+            m_tabs->parse(paths[i], 0, i == 0 ? 0 : 1);
+    });
+}

@@ -1,0 +1,198 @@
+#include "ui/statusreadout.h"
+
+#include "model/layerroot.h"
+#include "model/types/channellabels.h"
+#include "ui/levelprobe.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+
+namespace {
+
+// A number and what it counts; the notes' unit is a text with a place for the number.
+QString withSuffix(const QString& text, const QString& suffix)
+{
+    if (text.isEmpty() || suffix.isEmpty())
+        return text;
+    return suffix.contains(QLatin1String("%1")) ? suffix.arg(text) : text + QChar(QChar::Nbsp) + suffix;
+}
+
+} // namespace
+
+StatusReadout::StatusReadout(QWidget* parent)
+    : QWidget(parent),
+      IEvent(QStringLiteral("StatusReadout")),
+      m_document(new QLabel(this))
+{
+    setObjectName(QStringLiteral("readout"));
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(8, 2, 8, 2);
+    layout->setSpacing(6);
+    m_document->setObjectName(QStringLiteral("document"));
+    m_document->setAccessibleName(tr("Project"));
+    m_document->setToolTip(tr("Sampling rate, channels and length of the project"));
+    layout->addWidget(m_document);
+    layout->addStretch(1);
+    m_channel = addField(tr("Channel"), tr("Channel under the pointer"), QStringLiteral("Low Frequency 2"));
+    m_time = addField(tr("Time"), tr("Time under the pointer"), QStringLiteral("00:00:00.000"));
+    m_frequency = addField(tr("Frequency"), tr("Frequency under the pointer and the nearest note"),
+                           QStringLiteral("22050.5 Hz  A#10"));
+    m_level = addField(tr("Level"),
+                       tr("Level of the mix in the frame centred at the pointer, at the frequency of the "
+                          "pointer; a sinusoid of full scale reads 0 dB"),
+                       QStringLiteral("-100 dB"));
+    clearPointer();
+}
+
+StatusReadout::~StatusReadout() = default;
+
+StatusReadout::Field StatusReadout::addField(const QString& caption, const QString& tip,
+                                             const QString& widest)
+{
+    Field field{new QLabel(caption, this), new QLabel(this)};
+    field.caption->setObjectName(QStringLiteral("caption"));
+    field.value->setObjectName(QStringLiteral("value"));
+    field.value->setAccessibleName(caption);
+    // A width of its own, so that the line stands still while the pointer moves.
+    field.value->setMinimumWidth(fontMetrics().horizontalAdvance(widest) + 12);
+    for (QLabel* label : {field.caption, field.value}) {
+        label->setToolTip(tip);
+        layout()->addWidget(label);
+    }
+    return field;
+}
+
+QString StatusReadout::documentText() const
+{
+    return m_document->text();
+}
+
+QString StatusReadout::channelText() const
+{
+    return m_channel.value->text();
+}
+
+QString StatusReadout::timeText() const
+{
+    return m_time.value->text();
+}
+
+QString StatusReadout::frequencyText() const
+{
+    return m_frequency.value->text();
+}
+
+QString StatusReadout::levelText() const
+{
+    return m_level.value->text();
+}
+
+void StatusReadout::samplingFormatEvent(EventId, const SamplingFormat& format)
+{
+    m_convert.format = format;
+    clearPointer();
+    showDocument();
+}
+
+void StatusReadout::transformEvent(EventId, const TransformSettings& settings)
+{
+    m_convert.settings = settings;
+    if (!sameSettings(m_transform, settings))
+        m_transform = Transform(settings);
+    showPointer();
+}
+
+void StatusReadout::timeBaseEvent(EventId id, const TimeBase& base)
+{
+    if (id == EventId::FrameRateChange) {
+        m_convert.fps = base.frameRate;
+    } else {
+        m_convert.bpm = base.bpm;
+        m_convert.beatsPerBar = base.beatsPerBar;
+        m_convert.beatUnit = base.beatUnit;
+    }
+    showPointer();
+}
+
+void StatusReadout::timeUnitEvent(EventId, const int32_t& unit)
+{
+    m_convert.timeUnit = TimeUnit(unit);
+    showDocument();
+    showPointer();
+}
+
+void StatusReadout::powerUnitEvent(EventId, const int32_t& unit)
+{
+    m_convert.powerUnit = PowerUnit(unit);
+    showPointer();
+}
+
+void StatusReadout::freqUnitEvent(EventId, const int32_t& unit)
+{
+    m_convert.freqUnit = FreqUnit(unit);
+    showPointer();
+}
+
+void StatusReadout::layerRootEvent(EventId, const LayerRoot& root)
+{
+    m_layers = root.project();
+    showDocument();
+}
+
+void StatusReadout::layerEvent(EventId id, const ILayerPtr&)
+{
+    if (id != EventId::LayerContentUpdate)
+        return;
+    showDocument();
+    showPointer();
+}
+
+void StatusReadout::mousePositionEvent(EventId, const MouseEvent& mouse)
+{
+    m_mouse = mouse;
+    m_hasPointer = true;
+    showPointer();
+}
+
+void StatusReadout::showDocument()
+{
+    const SamplingFormat& format = m_convert.format;
+    if (format.channels < 1 || !m_layers) {
+        m_document->clear();
+        return;
+    }
+    const Range range = m_layers->range();
+    const QStringList parts = {
+        tr("%1 Hz").arg(format.sampleRate, 0, 'g', 15),
+        tr("%n channel(s)", nullptr, format.channels),
+        withSuffix(m_convert.timeToString(double(range.isEmpty() ? 0 : range.end())), m_convert.timeSuffix()),
+    };
+    m_document->setText(parts.join(QStringLiteral("  \u00b7  ")));
+}
+
+void StatusReadout::showPointer()
+{
+    const SamplingFormat& format = m_convert.format;
+    if (!m_hasPointer || format.channels < 1 || !m_layers || m_mouse.channel < 0 ||
+        m_mouse.channel >= format.channels) {
+        clearPointer();
+        return;
+    }
+    const PointD& spot = m_mouse.position;
+    m_channel.value->setText(channelLabel(format.channelsType, format.channelsMask, m_mouse.channel));
+    m_time.value->setText(withSuffix(m_convert.timeToString(spot.x), m_convert.timeSuffix()));
+    QString frequency = withSuffix(m_convert.freqToString(spot.y), m_convert.freqSuffix());
+    const QString note = m_convert.freqUnit == FreqUnit::Notes ? QString() : m_convert.noteToString(spot.y);
+    if (!note.isEmpty() && format.channelsType == ChannelsTypeAudio)
+        frequency += QStringLiteral("  ") + note;
+    m_frequency.value->setText(frequency);
+    const double level = levelAt(*m_layers, m_transform, m_mouse.channel, spot.x, spot.y);
+    m_level.value->setText(withSuffix(m_convert.powerToString(level), m_convert.powerSuffix()));
+}
+
+void StatusReadout::clearPointer()
+{
+    m_hasPointer = false;
+    for (const Field& field : {m_channel, m_time, m_frequency, m_level})
+        field.value->clear();
+}

@@ -1,0 +1,63 @@
+// The line at the foot of the window.
+#pragma once
+
+#include "display/scales/convert.h"
+#include "model/events.h"
+#include "spectral/primitives/transform.h"
+
+#include <QWidget>
+
+class QLabel;
+
+// At the left what the project is (rate, channels, length), at the right what lies under the
+// pointer: channel, time, frequency with its note, and level. The level is that of the mix of the
+// layers, by a transform of the frame centred at the pointer with the settings of the picture
+// (see levelAt). Units follow the project. GUI thread; lives on events alone.
+class StatusReadout : public QWidget, public IEvent
+{
+    Q_OBJECT
+
+public:
+    explicit StatusReadout(QWidget* parent = nullptr);
+    ~StatusReadout() override;
+
+    // The texts as shown; empty while nothing is under the pointer.
+    [[nodiscard]] QString documentText() const;
+    [[nodiscard]] QString channelText() const;
+    [[nodiscard]] QString timeText() const;
+    [[nodiscard]] QString frequencyText() const;
+    [[nodiscard]] QString levelText() const;
+
+    void samplingFormatEvent(EventId id, const SamplingFormat& format) override;
+    void transformEvent(EventId id, const TransformSettings& settings) override;
+    void timeBaseEvent(EventId id, const TimeBase& base) override;
+    void timeUnitEvent(EventId id, const int32_t& unit) override;
+    void powerUnitEvent(EventId id, const int32_t& unit) override;
+    void freqUnitEvent(EventId id, const int32_t& unit) override;
+    void layerRootEvent(EventId id, const LayerRoot& root) override;
+    void layerEvent(EventId id, const ILayerPtr& layer) override;
+    void mousePositionEvent(EventId id, const MouseEvent& mouse) override;
+
+private:
+    struct Field
+    {
+        QLabel* caption;
+        QLabel* value;
+    };
+    Field addField(const QString& caption, const QString& tip, const QString& widest);
+    void showDocument();
+    void showPointer();
+    void clearPointer();
+
+    Convert m_convert;
+    Transform m_transform;
+    ILayerPtr m_layers;
+    MouseEvent m_mouse;
+    bool m_hasPointer = false;
+    // Children.
+    QLabel* m_document;
+    Field m_channel;
+    Field m_time;
+    Field m_frequency;
+    Field m_level;
+};
