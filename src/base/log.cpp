@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include <QDateTime>
+#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -149,6 +150,11 @@ void prune(const QString& folder, int keep)
         if (QFileInfo(file) != QFileInfo(running))
             QFile::remove(file);
     }
+}
+
+void debug(const char* routine, const QString& text, int line)
+{
+    qDebug().noquote().nospace() << routine << '+' << line << ' ' << text;
 }
 
 QString newSessionId()

@@ -24,6 +24,9 @@ void close();
 // counted among them but never deleted. Only files named by a session id and ".txt" count.
 void prune(const QString& folder, int keep);
 
+// One debug line "<routine>+<source line> <text>"; the line is the caller's.
+void debug(const char* routine, const QString& text, int line = __builtin_LINE());
+
 // "Morvane " and the local time as "yyyy.MM.dd-HH.mm.ss.zzz".
 [[nodiscard]] QString newSessionId();
 
