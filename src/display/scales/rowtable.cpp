@@ -2,6 +2,7 @@
 
 #include "display/scales/cubictable.h"
 #include "display/scales/frequencycurves.h"
+#include "spectral/primitives/spectrumkernels.h"
 
 #include <algorithm>
 #include <array>
@@ -100,6 +101,9 @@ void RowTable::build(const SamplingFormat& format, const TransformSettings& sett
         return;
 
     const bool complex = settings.sampleType == SampleTypeComplex;
+    const int32_t maxBin = complex ? 2 * halfLength : halfLength;
+    m_windowed = m_taps > 1 && 2 * maxBin >= TapWindows::width;
+    m_windows.reset(m_windowed ? m_height : 0);
     const BinPositions bins{picture.freqScale,
                             nyquist,
                             curveFromHertz(picture.freqScale, nyquist),
@@ -112,7 +116,7 @@ void RowTable::build(const SamplingFormat& format, const TransformSettings& sett
     double previous = bins.position(bottom);
     for (int row = 0; row < m_height; ++row) {
         const double position = bins.position(bottom + (top - bottom) * row / m_height);
-        setRow(row, picture, position, position - previous, complex ? 2 * halfLength : halfLength);
+        setRow(row, picture, position, position - previous, maxBin);
         previous = position;
     }
 }
@@ -127,41 +131,36 @@ void RowTable::setRow(int row, const Picture& picture, double position, double g
     const auto n = int32_t(inLevel);
     const double x = inLevel - n;
     int32_t first = n;
-    std::array<double, maxTaps> weights = {1 - x, x, 0, 0};
+    std::array<double, maxTaps> exact = {1 - x, x, 0, 0};
     int taps = 2;
     if (picture.filtering == Filtering::Cubic && n >= 1 && n < level.length - 2) {
         first = n - 1;
-        weights = catmullRom(x);
+        exact = catmullRom(x);
         taps = 4;
     } else if (m_taps == 1) {
         first = n + int32_t(std::lround(x));
-        weights = {1, 0, 0, 0};
+        exact = {1, 0, 0, 0};
         taps = 1;
     }
+    int32_t indexes[maxTaps];
+    float weights[maxTaps];
     for (int tap = 0; tap < taps; ++tap) {
-        m_indexes[tap][row] = level.index(first + tap);
-        m_weights[tap][row] = float(weights[std::size_t(tap)]);
+        m_indexes[tap][row] = indexes[tap] = level.index(first + tap);
+        m_weights[tap][row] = weights[tap] = float(exact[std::size_t(tap)]);
     }
+    if (m_windowed)
+        m_windows.setRow(row, indexes, weights, taps, level.base, level.length);
 }
 
-void RowTable::project(const float* source, float* __restrict destination) const
+void RowTable::project(const float* source, float* destination) const
 {
-    const int32_t* const i0 = m_indexes[0].data();
-    const int32_t* const i1 = m_indexes[1].data();
-    const int32_t* const i2 = m_indexes[2].data();
-    const int32_t* const i3 = m_indexes[3].data();
-    const float* const w0 = m_weights[0].data();
-    const float* const w1 = m_weights[1].data();
-    const float* const w2 = m_weights[2].data();
-    const float* const w3 = m_weights[3].data();
-    if (m_taps == 1)
-        for (int r = 0; r < m_height; ++r)
-            destination[r] = source[i0[r]] * w0[r]; // the weight blackens what lies outside
-    else if (m_taps == 2)
-        for (int r = 0; r < m_height; ++r)
-            destination[r] = source[i0[r]] * w0[r] + source[i1[r]] * w1[r];
-    else
-        for (int r = 0; r < m_height; ++r)
-            destination[r] =
-                source[i0[r]] * w0[r] + source[i1[r]] * w1[r] + source[i2[r]] * w2[r] + source[i3[r]] * w3[r];
+    if (m_windowed)
+        return m_windows.project(source, destination);
+    spectrum::Taps taps;
+    taps.count = m_taps;
+    for (int tap = 0; tap < m_taps; ++tap) {
+        taps.indices[tap] = m_indexes[tap].data();
+        taps.weights[tap] = m_weights[tap].data();
+    }
+    spectrum::gather(destination, source, taps, m_height);
 }

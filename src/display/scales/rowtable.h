@@ -1,6 +1,7 @@
 // Projection of one column of bins onto the rows of a picture.
 #pragma once
 
+#include "display/scales/tapwindows.h"
 #include "model/types/area.h"
 #include "model/types/arraytemplate.h"
 #include "model/types/samplingformat.h"
@@ -10,7 +11,7 @@
 #include <cstdint>
 
 // For each row up to four bins and their weights, tabulated once for a picture, so that a column
-// costs one gather for each tap and no arithmetic on frequencies.
+// costs loads and products and no arithmetic on frequencies.
 //
 // A column is an array of sampleType * M floats (M the DFT length), with maxBin = sampleType * M / 2:
 // - elements 0 .. maxBin - 1: magnitudes, lowest frequency first. For complex signals the upper half
@@ -64,4 +65,6 @@ private:
     int m_taps = 1;
     ArrayTemplate<int32_t> m_indexes[maxTaps];
     ArrayTemplate<float> m_weights[maxTaps];
+    bool m_windowed = false;
+    TapWindows m_windows; // the same rows, where they have more than one tap
 };
