@@ -4,9 +4,11 @@
 #include "tags.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 
 #include <QCoreApplication>
+#include <QtEndian>
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -34,10 +36,38 @@ bool isMov(const AVFormatContext& input)
     return QByteArray(input.iformat->name).contains("mov");
 }
 
-bool isLossless(AVCodecID id)
+// Containers whose head tells the count of samples exactly, for these kinds of samples.
+bool tellsExactCount(const AVFormatContext& input, AVCodecID codec)
 {
-    const AVCodecDescriptor* codec = avcodec_descriptor_get(id);
-    return codec && (codec->props & AV_CODEC_PROP_LOSSLESS) && !(codec->props & AV_CODEC_PROP_LOSSY);
+    static const char* const containers[] = {"wav", "w64", "aiff", "caf", "au", "flac"};
+    const bool plain = codec == AV_CODEC_ID_FLAC || av_get_exact_bits_per_sample(codec) > 0;
+    return plain && std::any_of(std::begin(containers), std::end(containers),
+                                [&](const char* name) { return qstrcmp(input.iformat->name, name) == 0; });
+}
+
+// Length of the audio track of an MP4 in its own time base as its media header tells it, delay and
+// padding rules not applied; -1 when it cannot be told. A second look at the head, since FFmpeg
+// overwrites this number by that of the edit list, which is rounded to the movie's coarser clock.
+int64_t mediaDuration(InputFile& file, int streamIndex)
+{
+    AVFormatContext* context = avformat_alloc_context();
+    if (!context)
+        throw std::bad_alloc();
+    const int64_t position = avio_seek(file.context(), 0, SEEK_CUR);
+    avio_seek(file.context(), 0, SEEK_SET);
+    context->pb = file.context();
+    context->io_open = refuseToOpen;
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "ignore_editlist", "1", 0);
+    int64_t duration = -1;
+    if (avformat_open_input(&context, "", nullptr, &options) >= 0) {
+        if (streamIndex < int(context->nb_streams))
+            duration = context->streams[streamIndex]->duration;
+        avformat_close_input(&context);
+    }
+    av_dict_free(&options);
+    avio_seek(file.context(), position, SEEK_SET);
+    return duration > 0 ? duration : -1;
 }
 
 int64_t maskOf(const AVChannelLayout& layout)
@@ -62,6 +92,8 @@ void Decoder::decode()
     if (!openInput() || !openDecoder())
         return;
     readTags();
+    if (isMov(*m_input))
+        m_mediaDuration = mediaDuration(m_file, m_stream->index);
     readPackets();
     if (!m_begun)
         beginWithoutFrames();
@@ -131,6 +163,9 @@ bool Decoder::openDecoder()
     int code = avcodec_parameters_to_context(m_codec.get(), &parameters);
     m_codec->pkt_timebase = m_stream->time_base; // or delay and padding stay in
     m_codec->thread_count = 0;
+    // A damaged frame of FLAC is left out (and becomes silence) rather than heard as noise.
+    if (codec->id == AV_CODEC_ID_FLAC)
+        m_codec->err_recognition = AV_EF_CRCCHECK | AV_EF_EXPLODE;
     code = code < 0 ? code : avcodec_open2(m_codec.get(), codec, nullptr);
     if (code < 0)
         fail(tr("The decoder for %1 refuses the file").arg(QString::fromLatin1(codec->name)), code);
@@ -141,6 +176,14 @@ void Decoder::readTags()
 {
     tags::fromDictionary(m_input->metadata, m_metaData);
     tags::fromDictionary(m_stream->metadata, m_metaData);
+}
+
+// How many samples the decoder drops at the start, as the first packet tells it.
+static int64_t skippedSamples(const AVPacket& packet)
+{
+    size_t size = 0;
+    const uint8_t* data = av_packet_get_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
+    return data && size >= 4 ? qFromLittleEndian<quint32>(data) : 0;
 }
 
 void Decoder::readPackets()
@@ -155,11 +198,16 @@ void Decoder::readPackets()
                 ++m_errors;
             break;
         }
-        const bool wanted = packet->stream_index == m_stream->index;
-        const int sent = wanted ? avcodec_send_packet(m_codec.get(), packet.get()) : 0;
-        av_packet_unref(packet.get());
-        if (sent < 0)
+        // Plain samples: less than one sample point at the end is left over, and no damage.
+        const int align = m_stream->codecpar->block_align;
+        if (align > 0 && av_get_exact_bits_per_sample(m_codec->codec_id) > 0)
+            av_shrink_packet(packet.get(), packet->size - packet->size % align);
+        const bool wanted = packet->stream_index == m_stream->index && packet->size > 0;
+        if (wanted && m_delay < 0)
+            m_delay = skippedSamples(*packet);
+        if (wanted && avcodec_send_packet(m_codec.get(), packet.get()) < 0)
             ++m_errors;
+        av_packet_unref(packet.get());
         if (!receive())
             return;
     }
@@ -219,12 +267,14 @@ bool Decoder::begin(const AVFrame& frame)
                                                      : 8 * av_get_bytes_per_sample(sampleFormat);
     m_info.isFloat = packed == AV_SAMPLE_FMT_FLT || packed == AV_SAMPLE_FMT_DBL;
     if (m_stream->duration > 0) {
-        const int64_t frames = av_rescale_q(m_stream->duration, m_stream->time_base, perSample);
-        // Those of this family decode to whole packets; the rest after the end is padding.
+        m_info.expectedFrames = av_rescale_q(m_stream->duration, m_stream->time_base, perSample);
+        // Files of this family decode to whole packets; what lies after the end is padding.
         if (isMov(*m_input))
-            m_limit = frames;
-        m_info.expectedFrames = frames;
+            m_limit = m_info.expectedFrames = exactMovLength(m_info.expectedFrames, perSample);
     }
+    if (tellsExactCount(*m_input, parameters.codec_id))
+        m_announced = m_info.expectedFrames;
+    readWaveLength();
     m_timesCount = m_stream->time_base.num == 1 && m_stream->time_base.den == frame.sample_rate;
     m_firstTime = frame.pts;
     for (unsigned i = 0; i < m_input->nb_chapters; ++i) {
@@ -236,6 +286,28 @@ bool Decoder::begin(const AVFrame& frame)
                             title ? title->value : ""};
     }
     return format.channels <= maxChannels && m_queue.push({ImportItem::Head, m_info, {}, 0});
+}
+
+// FFmpeg's own figure for a WAV follows what is there, not what is announced.
+void Decoder::readWaveLength()
+{
+    const WaveHead& head = m_file.waveHead();
+    if (!head.isWave || head.align < 1 || av_get_exact_bits_per_sample(m_codec->codec_id) == 0)
+        return;
+    m_announced = head.dataBytes < 0 ? -1 : head.dataBytes / head.align;
+    const int64_t present = (m_file.size() - head.dataBegin) / head.align;
+    m_info.expectedFrames = m_announced < 0 ? present : std::min(m_announced, present);
+}
+
+// The track's length without its delay, where the edit list means the same within one tick of the
+// movie's clock (1/600 s is the coarsest in use); otherwise the edit list's.
+int64_t Decoder::exactMovLength(int64_t edited, AVRational perSample) const
+{
+    if (m_mediaDuration < 0)
+        return edited;
+    const int64_t whole =
+        av_rescale_q(m_mediaDuration, m_stream->time_base, perSample) - std::max<int64_t>(0, m_delay);
+    return std::llabs(whole - edited) <= perSample.den / 600 + 1 ? whole : edited;
 }
 
 // A decoder that gave nothing: the host tells the user that there is no data.
@@ -327,9 +399,9 @@ void Decoder::reportDamage()
         return;
     if (m_formatChanged)
         fail(tr("Rate or channels change after %1 samples; the rest was left out.").arg(m_done), 0);
-    else if (m_done < m_info.expectedFrames && isLossless(m_stream->codecpar->codec_id))
+    else if (m_done < m_announced)
         fail(tr("The file is damaged: it announces %1 samples, and %2 could be read.")
-                 .arg(m_info.expectedFrames)
+                 .arg(m_announced)
                  .arg(m_done),
              0);
     else if (m_errors > 0)

@@ -42,6 +42,8 @@ private:
     bool take(const AVFrame& frame);
     bool begin(const AVFrame& frame);
     void beginWithoutFrames();
+    void readWaveLength();
+    [[nodiscard]] int64_t exactMovLength(int64_t edited, AVRational perSample) const;
     void fillGap(const AVFrame& frame);
     bool append(const AVFrame& frame, int64_t frames);
     bool appendSilence(int64_t frames);
@@ -60,11 +62,14 @@ private:
     ImportInfo m_info;
     bool m_begun = false;
     bool m_formatChanged = false;
-    int64_t m_limit = -1;      // sample points to keep at most; -1: all
-    int64_t m_done = 0;        // sample points put into blocks
-    int64_t m_firstTime = 0;   // time stamp of the first frame, in sample points
-    bool m_timesCount = false; // time stamps count sample points
-    int64_t m_errors = 0;      // packets that could not be decoded
+    int64_t m_delay = -1;         // samples dropped at the start; -1: no packet yet
+    int64_t m_mediaDuration = -1; // of an MP4 track, in its time base; -1: not known
+    int64_t m_announced = -1;     // sample points that the head promises exactly; -1: it does not
+    int64_t m_limit = -1;         // sample points to keep at most; -1: all
+    int64_t m_done = 0;           // sample points put into blocks
+    int64_t m_firstTime = 0;      // time stamp of the first frame, in sample points
+    bool m_timesCount = false;    // time stamps count sample points
+    int64_t m_errors = 0;         // packets that could not be decoded
     std::vector<float> m_block;
     int64_t m_blockFrames = 0;
     MetaDataList m_metaData;

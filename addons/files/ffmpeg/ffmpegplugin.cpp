@@ -47,6 +47,9 @@ bool drain(BlockQueue& queue, const InputFile& file, const Decoder& decoder, boo
             break;
         case ImportItem::Head:
             begun = true;
+            if (item.info.format.channelsMask == 0)
+                item.info.format.channelsMask =
+                    host.defaultChannelsMask(ChannelsTypeAudio, item.info.format.channels);
             if (!sink.begin(item.info))
                 return false;
             break;

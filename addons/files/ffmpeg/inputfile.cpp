@@ -136,19 +136,27 @@ void InputFile::readWaveHead()
         return;
     respell(8, head + 8, "WAVE");
     int64_t offset = 12;
+    int64_t longData = -1; // what stands in place of a size that 32 bits do not hold
     for (int i = 0; i < maxChunks && readAt(head, 8, offset) == 8; ++i) {
         for (const char* chunk : chunks)
             if (isId(head, chunk))
                 respell(offset, head, chunk);
         const auto size = qFromLittleEndian<quint32>(head + 4);
-        char format[8]; // tag, channels, rate
-        if (isId(head, "fmt ") && size >= sizeof format && readAt(format, 8, offset + 8) == 8) {
+        char format[14]; // tag, channels, rate, bytes a second, align
+        if (isId(head, "fmt ") && size >= sizeof format && readAt(format, 14, offset + 8) == 14) {
             m_head.hasFormat = true;
             m_head.channels = qFromLittleEndian<quint16>(format + 2);
             m_head.rate = qFromLittleEndian<quint32>(format + 4);
+            m_head.align = qFromLittleEndian<quint16>(format + 12);
         }
-        if (isId(head, "data"))
+        char sizes[16]; // of the whole, of the data
+        if (isId(head, "ds64") && readAt(sizes, 16, offset + 8) == 16)
+            longData = std::max<int64_t>(-1, qFromLittleEndian<qint64>(sizes + 8));
+        if (isId(head, "data")) {
+            m_head.dataBegin = offset + 8;
+            m_head.dataBytes = size == 0xffffffff ? longData : size == 0 ? -1 : int64_t(size);
             return;
+        }
         offset += 8 + int64_t(size) + (size & 1);
     }
 }

@@ -16,6 +16,9 @@ struct WaveHead
     bool hasFormat = false; // `channels` and `rate` were found
     int channels = 0;
     int64_t rate = 0;
+    int align = 0;          // bytes of one sample point
+    int64_t dataBegin = -1; // position of the first sample; -1: no data chunk
+    int64_t dataBytes = -1; // as the file announces it; -1: open end (written as a stream)
 };
 
 // A regular file behind an AVIOContext of our own: nothing else can be opened through it, whatever
