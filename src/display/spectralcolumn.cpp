@@ -1,17 +1,11 @@
 #include "display/spectralcolumn.h"
 
-#include "display/columnkernels.h"
+#include "spectral/primitives/spectrumkernels.h"
 #include "spectral/primitives/vectors.h"
 
 #include <cstring>
 
 namespace {
-
-Complex* spectrumOf(ArrayTemplate<Complex>& array, const Transform& settings)
-{
-    array.resize(settings.bins());
-    return array.data();
-}
 
 // Buffers of one pool thread, reused for every column of every picture. T as in the column.
 template<class T>
@@ -21,7 +15,8 @@ struct ColumnScratch
     T frame;
     int frameSize = 0;
     ArrayTemplate<Complex> spectrum;
-    ArrayTemplate<Complex> second;
+    ArrayTemplate<Complex> ramped;
+    ArrayTemplate<Complex> derived;
 
     // The samples times `window` in the middle of M values; the padding around them stays zero.
     const T& windowed(const T& input, const ArrayTemplate<float>& window, const Transform& settings)
@@ -42,13 +37,6 @@ ColumnScratch<T>& scratch()
 {
     thread_local ColumnScratch<T> buffers;
     return buffers;
-}
-
-// A real spectrum has no neighbour above its last bin; a complex one is cyclic.
-template<class T>
-void closeShifts(ArrayTemplate<float>& shifts, int64_t bins)
-{
-    shifts[bins] = std::is_same_v<T, ArrayTemplate<float>> ? 0 : shifts[0];
 }
 
 // Answers whether the array was empty although it is needed.
@@ -109,23 +97,21 @@ template<class T>
 void SpectralTextureTransform<T>::transform(const ColumnContext& context)
 {
     const Transform& settings = *context.settings;
-    const int64_t bins = settings.bins();
     ColumnScratch<T>& buffers = scratch<T>();
-    Complex* spectrum = spectrumOf(buffers.spectrum, settings);
-    settings.forward(buffers.windowed(m_samples, settings.analysisWindow, settings).data(), spectrum);
-    vec::magnitude(m_magnitudes.data(), spectrum, bins);
-    if (context.timeSharpen > 0) {
-        Complex* second = spectrumOf(buffers.second, settings);
-        settings.forward(buffers.windowed(m_samples, settings.timeWindow, settings).data(), second);
-        columnkernels::timeShifts(m_timeShifts.data(), second, spectrum, bins);
-        closeShifts<T>(m_timeShifts, bins);
-    }
-    if (context.freqSharpen > 0) {
-        Complex* second = spectrumOf(buffers.second, settings);
-        settings.forward(buffers.windowed(m_samples, settings.derivativeWindow, settings).data(), second);
-        columnkernels::freqShifts(m_freqShifts.data(), second, spectrum, bins);
-        closeShifts<T>(m_freqShifts, bins);
-    }
+    const auto spectrumUnder = [&](const ArrayTemplate<float>& window, ArrayTemplate<Complex>& spectrum) {
+        spectrum.resize(settings.bins());
+        settings.forward(buffers.windowed(m_samples, window, settings).data(), spectrum.data());
+        return spectrum.data();
+    };
+    spectrum::ShiftSpectra spectra;
+    spectra.bins = settings.bins();
+    spectra.cyclic = settings.sampleType != SampleTypeReal;
+    spectra.x = spectrumUnder(settings.analysisWindow, buffers.spectrum);
+    if (context.timeSharpen > 0)
+        spectra.xt = spectrumUnder(settings.timeWindow, buffers.ramped);
+    if (context.freqSharpen > 0)
+        spectra.xd = spectrumUnder(settings.derivativeWindow, buffers.derived);
+    spectrum::magnitudesAndShifts(m_magnitudes.data(), m_timeShifts.data(), m_freqShifts.data(), spectra);
 }
 
 template class SpectralTextureTransform<ArrayTemplate<float>>;

@@ -1,7 +1,6 @@
 #include "display/spectralproject.h"
 
-#include "display/columnkernels.h"
-#include "display/refinementmask.h"
+#include "spectral/primitives/spectrumkernels.h"
 #include "spectral/primitives/vectors.h"
 
 #include <algorithm>
@@ -9,19 +8,12 @@
 
 namespace {
 
-// Buffers of one pool thread.
-struct ProjectScratch
+float* scratchColumn(const TransformSettings& settings)
 {
-    ArrayTemplate<float> column;
-    ArrayTemplate<float> zeros;
-};
-
-ProjectScratch& scratch(const TransformSettings& settings)
-{
-    thread_local ProjectScratch buffers;
-    buffers.column.resize(int64_t(settings.sampleType) * settings.dftLength());
-    buffers.zeros.resize(settings.bins() + 1);
-    return buffers;
+    // Of one pool thread.
+    thread_local ArrayTemplate<float> column;
+    column.resize(int64_t(settings.sampleType) * settings.dftLength());
+    return column.data();
 }
 
 int64_t maxBin(const TransformSettings& settings)
@@ -29,9 +21,15 @@ int64_t maxBin(const TransformSettings& settings)
     return int64_t(settings.sampleType) * (settings.dftLength() / 2);
 }
 
-const float* orZeros(const ArrayTemplate<float>* shifts, const ArrayTemplate<float>& zeros)
+// Rows of shifts from bin `first` on.
+spectrum::ShiftRows shiftRows(const ISpectralTextureTransform* column, int64_t first)
 {
-    return shifts && !shifts->isEmpty() ? shifts->data() : zeros.data();
+    const auto row = [first](const ArrayTemplate<float>& shifts) {
+        return shifts.isEmpty() ? nullptr : shifts.data() + first;
+    };
+    if (!column)
+        return {};
+    return {row(column->timeShifts()), row(column->freqShifts())};
 }
 
 } // namespace
@@ -40,7 +38,7 @@ void finishColumn(float* column, const TransformSettings& settings)
 {
     const int64_t top = maxBin(settings);
     column[int64_t(settings.sampleType) * settings.dftLength() - 1] = column[top];
-    columnkernels::buildPyramid(column, top);
+    spectrum::buildPyramid(column, top);
 }
 
 SpectralTextureProject::SpectralTextureProject(const ColumnContext& context, const Convert& convert,
@@ -57,47 +55,31 @@ SpectralTextureProject::SpectralTextureProject(const ColumnContext& context, con
 void SpectralTextureProject::run(float* destination) const
 {
     const Transform& settings = *m_context.settings;
-    const ArrayTemplate<float>& magnitudes = m_current.magnitudes();
-    float* column = scratch(settings).column.data();
+    const int64_t bins = settings.bins();
+    float* column = scratchColumn(settings);
     if (settings.sampleType == SampleTypeReal) {
-        vec::copy(column, magnitudes.data(), magnitudes.size());
+        copyBins(column, 0, bins);
     } else {
         // Negative frequencies below 0 Hz; the spectrum is cyclic.
         const int64_t half = settings.dftLength() / 2;
-        const int64_t upper = magnitudes.size() - half;
-        vec::copy(column, magnitudes.data() + half, upper);
-        vec::copy(column + upper, magnitudes.data(), half);
-        column[magnitudes.size()] = column[0];
+        copyBins(column, half, bins - half);
+        copyBins(column + (bins - half), 0, half);
+        column[bins] = m_current.magnitudes()[half];
     }
-    if (m_context.refined())
-        refine(column);
     finishColumn(column, settings);
     m_convert.projectColumn(column, destination);
 }
 
-void SpectralTextureProject::refine(float* column) const
+void SpectralTextureProject::copyBins(float* destination, int64_t first, int64_t count) const
 {
-    const Transform& settings = *m_context.settings;
-    const ArrayTemplate<float>& zeros = scratch(settings).zeros;
-    RefinementField field;
-    field.time = orZeros(&m_current.timeShifts(), zeros);
-    field.freq = orZeros(&m_current.freqShifts(), zeros);
-    field.neighbourTime = orZeros(m_neighbour ? &m_neighbour->timeShifts() : nullptr, zeros);
-    field.neighbourFreq = orZeros(m_neighbour ? &m_neighbour->freqShifts() : nullptr, zeros);
-    field.timeSharpen = m_context.timeSharpen;
-    field.freqSharpen = m_context.freqSharpen;
-    field.distance = m_stepSigned / float(std::max(1, settings.hop()));
-    const int64_t bins = settings.bins();
-    if (settings.sampleType == SampleTypeReal) {
-        applyRefinementMask(column, field, bins);
+    const float* magnitudes = m_current.magnitudes().data() + first;
+    if (!m_context.refined()) {
+        vec::copy(destination, magnitudes, count);
         return;
     }
-    const int64_t half = settings.dftLength() / 2;
-    RefinementField upper = field;
-    for (const float** part : {&upper.time, &upper.freq, &upper.neighbourTime, &upper.neighbourFreq})
-        *part += half;
-    applyRefinementMask(column, upper, bins - half);
-    applyRefinementMask(column + (bins - half), field, half);
+    const float distance = m_stepSigned / float(std::max(1, m_context.settings->hop()));
+    spectrum::refine(destination, magnitudes, shiftRows(&m_current, first), shiftRows(m_neighbour, first),
+                     count, {m_context.timeSharpen, m_context.freqSharpen, distance});
 }
 
 namespace {

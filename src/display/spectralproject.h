@@ -25,7 +25,8 @@ public:
     void run(float* destination) const;
 
 private:
-    void refine(float* column) const;
+    // Magnitudes of `count` bins from `first` on, masked where refinement is on.
+    void copyBins(float* destination, int64_t first, int64_t count) const;
 
     const ColumnContext& m_context;
     const Convert& m_convert;

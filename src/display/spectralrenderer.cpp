@@ -63,6 +63,7 @@ void SpectralRenderer::clear()
     m_ring.clear();
     m_lastData.reset();
     m_projection = {};
+    m_lastRequest = {};
     m_pool.clear();
 }
 
@@ -95,7 +96,7 @@ SpectralTextureDataPtr SpectralRenderer::render(const TextureRequest& request, b
     m_ring.arrange(job.grid, *request.settings, m_run);
     m_counts.columns = count;
     m_counts.placed = std::count(m_run.begin(), m_run.end(), 1);
-    if (refresh || m_projection.settings != request.settings)
+    if (refresh || mustReadAgain(request))
         std::fill(m_run.begin(), m_run.end(), 1);
     m_changed.assign(std::size_t(count), 0);
     m_copied.assign(std::size_t(count), 0);
@@ -120,6 +121,7 @@ SpectralTextureDataPtr SpectralRenderer::render(const TextureRequest& request, b
     m_counts.changed = std::count(m_changed.begin(), m_changed.end(), 1);
     m_counts.projected = count - std::count(m_copied.begin(), m_copied.end(), 1);
 
+    m_lastRequest = request;
     m_lastGrid = job.grid;
     m_lastData = data;
     if (scattered)
@@ -128,6 +130,15 @@ SpectralTextureDataPtr SpectralRenderer::render(const TextureRequest& request, b
     picture->size = job.grid.size;
     picture->data = data;
     return picture;
+}
+
+// What changes the contents of columns, or which of their arrays are there, without moving them.
+bool SpectralRenderer::mustReadAgain(const TextureRequest& request) const
+{
+    const TextureRequest& last = m_lastRequest;
+    return last.settings != request.settings || last.timeSharpen != request.timeSharpen ||
+           last.freqSharpen != request.freqSharpen || last.timeShift != request.timeShift ||
+           last.layerScale != request.layerScale;
 }
 
 // Rows of the last picture are of use only while nothing but the columns changes.

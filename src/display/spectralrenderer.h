@@ -29,7 +29,7 @@ public:
     SpectralRenderer(ILayerPtr layer, int channel, int ringSize);
 
     // The picture, without data when there is nothing to show: the area misses the layer, or the
-    // settings do not fit its format. `refresh` reads the samples of all columns again. Null when
+    // settings do not fit its format. `refresh` reads the samples of all columns again, as after an edit. Null when
     // `cancel` became true meanwhile; only clear() may follow then.
     [[nodiscard]] SpectralTextureDataPtr render(const TextureRequest& request, bool refresh,
                                                 const std::atomic<bool>& cancel);
@@ -58,6 +58,7 @@ private:
     struct Job;
 
     [[nodiscard]] bool canShow(const TextureRequest& request, const TextureGrid& grid) const;
+    [[nodiscard]] bool mustReadAgain(const TextureRequest& request) const;
     void prepareProjection(const TextureRequest& request, const TextureGrid& grid);
     void project(Job& job);
     void runChunk(Job& job, int64_t chunk);
@@ -76,6 +77,7 @@ private:
 
     Projection m_projection;
     Convert m_convert; // with the tables for m_projection
+    TextureRequest m_lastRequest; // that gave a picture
     // The last picture; its data may be copied as long as m_projection stands.
     TextureGrid m_lastGrid;
     std::shared_ptr<const float[]> m_lastData;

@@ -101,9 +101,7 @@ TextureRequest SpectralTexture::takeRequest(bool& refresh, int64_t& number)
 {
     const std::lock_guard guard(m_requestMutex);
     number = m_requested;
-    refresh = m_forceContent || m_request.timeSharpen != m_active.timeSharpen ||
-              m_request.freqSharpen != m_active.freqSharpen || m_request.timeShift != m_active.timeShift ||
-              m_request.layerScale != m_active.layerScale;
+    refresh = m_forceContent;
     m_forceContent = false;
     return m_request;
 }
@@ -115,8 +113,8 @@ void SpectralTexture::render()
     ReadLocker document(documentLock());
     bool refresh = false;
     int64_t number = 0;
-    m_active = takeRequest(refresh, number);
-    SpectralTextureDataPtr picture = m_renderer.render(m_active, refresh, m_cancel);
+    const TextureRequest request = takeRequest(refresh, number);
+    SpectralTextureDataPtr picture = m_renderer.render(request, refresh, m_cancel);
     if (!picture)
         return;
     {
@@ -159,7 +157,6 @@ void SpectralTexture::clean()
         const std::lock_guard guard(m_requestMutex);
         m_renderer.clear();
         m_request = {};
-        m_active = {};
         m_forceContent = false;
         m_rendered = m_requested;
     }

@@ -76,7 +76,6 @@ private:
 
     // The texture thread's own, or the GUI thread's while that does not run.
     SpectralRenderer m_renderer;
-    TextureRequest m_active;
 
     Mutex m_queueMutex;
     std::vector<SpectralTextureDataPtr> m_texQueue; // guarded by m_queueMutex
