@@ -29,6 +29,9 @@ namespace platform {
 
 // Raises the limit of open files to what the system allows: each layer holds one.
 void raiseDescriptorLimit();
+// For a helper process: it runs only when nobody else wants the processor, and dies with the thread
+// that started it.
+void becomeBackgroundHelper();
 
 // Creates the folder and what is missing above it, each for this user alone (0700). True when the
 // folder stands afterwards.

@@ -1,12 +1,15 @@
 #include "base/platform.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <limits.h>
+#include <sched.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -98,6 +101,13 @@ void raiseDescriptorLimit()
         return;
     limit.rlim_cur = limit.rlim_max;
     setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+void becomeBackgroundHelper()
+{
+    sched_param parameters = {};
+    sched_setscheduler(0, SCHED_IDLE, &parameters);
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
 }
 
 bool makePrivateFolder(const QString& path)

@@ -9,6 +9,7 @@
 enum class DftKind { Real, Complex };
 enum class DftDirection { Forward, Inverse };
 
+enum class PlanKind;
 class PlanSlot;
 
 // Both directions of one length; any length from 1. Unscaled. Copies are cheap and share the plans.
@@ -31,6 +32,8 @@ public:
     [[nodiscard]] DftKind kind() const { return m_kind; }
 
 private:
+    friend PlanKind planInForce(const DftPlan& plan, DftDirection direction);
+
     int32_t m_length;
     DftKind m_kind;
     PlanSlot* m_forward; // live as long as the process
