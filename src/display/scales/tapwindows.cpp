@@ -60,7 +60,7 @@ void TapWindows::project(const float* source, float* __restrict destination) con
 {
     const int32_t* const bases = m_bases.data();
     const float* const weights = m_weights.data();
-    const auto product = [&](int row) { return load(source + bases[row]) * load(weights + row * width); };
+    const auto product = [&](int64_t row) { return load(source + bases[row]) * load(weights + row * width); };
     int row = 0;
     for (; row + 4 <= m_height; row += 4) {
         const Float4 four = sums(product(row), product(row + 1), product(row + 2), product(row + 3));
