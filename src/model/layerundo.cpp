@@ -182,11 +182,15 @@ void Layer::applyRecord(const LayerRecord& record, int32_t direction)
         const WriteLocker locker(m_edit);
         if (image->m_store.format().frameBytes() != m_store.format().frameBytes())
             return;
-        if (!m_store.resize(target)) {
+        if (live && image->m_store.range() == target) {
+            // The live backup is given up anyway: with all samples in it, it needs no room and no copy.
+            m_store.takeOver(image->m_store);
+        } else if (m_store.resize(target)) {
+            m_store.copyFrom(image->m_store, target);
+        } else {
             setStorageError();
             return;
         }
-        m_store.copyFrom(image->m_store, target);
         renewBackup();
     }
     if (!live)

@@ -243,6 +243,18 @@ void SampleStore::copyFrom(const SampleStore& source, const Range& range)
     }
 }
 
+void SampleStore::takeOver(SampleStore& other)
+{
+    std::unique_ptr<SessionFile> file;
+    const Range span = other.range();
+    {
+        const WriteLocker locker(other.m_map);
+        file.swap(other.m_file);
+        other.m_start = other.m_length = 0;
+    }
+    exchange(std::move(file), span);
+}
+
 bool SampleStore::setFormat(const SamplingFormat& format)
 {
     const int64_t bytes = m_length * m_format.frameBytes();

@@ -64,6 +64,8 @@ public:
     void shift(int64_t samples);
     // Samples of `source` in `range`, which must lie inside both spans. The formats must be alike.
     void copyFrom(const SampleStore& source, const Range& range);
+    // Span and file of `other`, which is empty afterwards. The formats must be alike.
+    void takeOver(SampleStore& other);
     // See Layer::setFormat.
     [[nodiscard]] bool setFormat(const SamplingFormat& format);
     // Takes a file over as it is: the samples of the whole span.

@@ -11,6 +11,8 @@
 
 #include <QDir>
 #include <QGuiApplication>
+#include <QStorageInfo>
+#include <QTemporaryDir>
 #include <QVariant>
 
 namespace modeltest {
@@ -26,11 +28,23 @@ class Application : public testing::Environment
         static char platform[] = "offscreen";
         static char* arguments[] = {name, option, platform, nullptr};
         m_application = std::make_unique<QGuiApplication>(count, arguments);
-        m_application->setProperty("sessionpath", testsupport::makeFolder(QStringLiteral("session")));
+        // Thousands of little files: in memory where there is room for that, as a disk under load
+        // takes milliseconds for each.
+        constexpr qint64 enough = 1LL << 30;
+        if (QStorageInfo(QStringLiteral("/dev/shm")).bytesAvailable() > enough)
+            m_folder = std::make_unique<QTemporaryDir>(QStringLiteral("/dev/shm/morvane-test-XXXXXX"));
+        m_application->setProperty("sessionpath", m_folder && m_folder->isValid()
+                                                      ? m_folder->path()
+                                                      : testsupport::makeFolder(QStringLiteral("session")));
     }
-    void TearDown() override { m_application.reset(); }
+    void TearDown() override
+    {
+        m_application.reset();
+        m_folder.reset();
+    }
 
     std::unique_ptr<QGuiApplication> m_application;
+    std::unique_ptr<QTemporaryDir> m_folder;
 };
 [[maybe_unused]] const auto* application = testing::AddGlobalTestEnvironment(new Application);
 
