@@ -20,6 +20,9 @@ else()
         $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,MODULE_LIBRARY>:-Wl,--no-undefined>)
 endif()
 
+# All that a running program needs, and nothing else: what scripts/run builds.
+add_custom_target(morvane_program)
+
 # morvane_add_library(<name> SOURCES ... [PUBLIC libs...] [PRIVATE libs...])
 # One static library for one floor of src/. Headers with Q_OBJECT must stand in SOURCES.
 function(morvane_add_library name)
@@ -38,6 +41,7 @@ function(morvane_add_plugin name)
     set_target_properties(${name} PROPERTIES AUTOMOC ON PREFIX ""
         LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/Plugins/${ARG_FOLDER})
     target_link_libraries(${name} PRIVATE morvane_options Qt5::Core ${ARG_PRIVATE})
+    add_dependencies(morvane_program ${name})
     install(TARGETS ${name} LIBRARY DESTINATION Plugins/${ARG_FOLDER})
 endfunction()
 

@@ -1,0 +1,34 @@
+#include "app/probe.h"
+
+#include "plugins/pluginloader.h"
+#include "projectfiles/hostservices.h"
+
+#include <cstdio>
+
+#include <QApplication>
+#include <QPluginLoader>
+
+int runProbe(int argc, char** argv)
+{
+    // The first line that is printed becomes the cause in the log; Qt's remarks are none.
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    const auto refuse = [](const QString& cause) {
+        std::printf("%s\n", cause.toLocal8Bit().constData());
+        return 1;
+    };
+    if (argc != 2)
+        return refuse(QStringLiteral("usage: morvane_probe <library>"));
+    qputenv("QT_QPA_PLATFORM", "offscreen"); // plug-ins make widgets, and there may be no display
+    const QString path = QString::fromLocal8Bit(argv[1]);
+    const QApplication application(argc, argv);
+    QPluginLoader library(path);
+    QObject* instance = library.instance();
+    if (!instance)
+        return refuse(library.errorString());
+    PluginLoader::Settings settings;
+    settings.fillHostTable = fillHostTable;
+    PluginLoader loader;
+    if (!loader.castPlugin(instance, path, settings))
+        return refuse(QStringLiteral("answers to no interface of ours"));
+    return 0;
+}
