@@ -29,8 +29,8 @@ public:
     SpectralRenderer(ILayerPtr layer, int channel, int ringSize);
 
     // The picture, without data when there is nothing to show: the area misses the layer, or the
-    // settings do not fit its format. `refresh` reads the samples of all columns again, as after an edit. Null when
-    // `cancel` became true meanwhile; only clear() may follow then.
+    // settings do not fit its format. `refresh` reads the samples of all columns again, as after an edit.
+    // Null when `cancel` became true meanwhile; only clear() may follow then.
     [[nodiscard]] SpectralTextureDataPtr render(const TextureRequest& request, bool refresh,
                                                 const std::atomic<bool>& cancel);
     [[nodiscard]] const RenderCounts& counts() const { return m_counts; }
@@ -76,7 +76,7 @@ private:
     RenderCounts m_counts;
 
     Projection m_projection;
-    Convert m_convert; // with the tables for m_projection
+    Convert m_convert;            // with the tables for m_projection
     TextureRequest m_lastRequest; // that gave a picture
     // The last picture; its data may be copied as long as m_projection stands.
     TextureGrid m_lastGrid;

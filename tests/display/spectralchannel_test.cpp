@@ -1,0 +1,738 @@
+#include "display/spectralchannel.h"
+
+#include "display/glenvironment.h"
+#include "display/memorylayer.h"
+#include "display/wav.h"
+#include "model/documentlock.h"
+#include "model/layer.h"
+#include "model/layerroot.h"
+#include "support/testsupport.h"
+
+#include <QMainWindow>
+#include <QMouseEvent>
+#include <QVariant>
+#include <QWheelEvent>
+
+#include <cmath>
+#include <complex>
+#include <limits>
+
+namespace {
+
+constexpr int width = 400;
+constexpr int height = 300;
+
+// Keeps the navigation that the view tells.
+class Listener : public IEvent
+{
+public:
+    Listener() : IEvent(QStringLiteral("Listener")) {}
+    void areaEvent(EventId, const Area& area) override { areas.push_back(area); }
+    void displacementEvent(EventId, const Displacement& value) override { displacements.push_back(value); }
+    void mousePositionEvent(EventId, const MouseEvent& event) override { mice.push_back(event); }
+
+    std::vector<Area> areas;
+    std::vector<Displacement> displacements;
+    std::vector<MouseEvent> mice;
+};
+
+class CountingChannel : public SpectralChannel
+{
+public:
+    using SpectralChannel::SpectralChannel;
+    int paints = 0;
+
+protected:
+    void paintGL() override
+    {
+        ++paints;
+        SpectralChannel::paintGL();
+    }
+};
+
+// A project of one channel in a view of 400 by 300, scale Linear, filtering Linear, grey on black.
+class View : public testing::Test
+{
+protected:
+    View()
+    {
+        qApp->setProperty("sessionpath", QVariant(testsupport::makeFolder(QStringLiteral("session"))));
+        channel = new CountingChannel(0);
+        window.setCentralWidget(channel);
+        channel->setFixedSize(width, height);
+        window.show();
+        post(EventId::FreqScaleChange, int32_t(FreqScale::Linear));
+        post(EventId::FilteringChange, int32_t(Filtering::Linear));
+    }
+    template<class Payload>
+    void post(EventId id, const Payload& payload)
+    {
+        postEvent(nullptr, id, payload, nullptr);
+    }
+    void open(double rate, int32_t sampleType = SampleTypeReal)
+    {
+        format = {sampleType, rate, ChannelsTypeAudio, 1, 4};
+        root = LayerRoot(format);
+        transform = std::make_shared<const Transform>(sampleType, WindowType::BlackmanHarris, 2048, 8, 2);
+        channel->setTransform(transform);
+    }
+    LayerPtr addLayer(const std::vector<float>& samples, int64_t start = 0)
+    {
+        LayerPtr layer = Layer::create(format, {}, 0, true);
+        EXPECT_TRUE(
+            layer->write(samples.data(), {start, int64_t(samples.size()) / format.sampleType}, -1, true));
+        add(layer);
+        return layer;
+    }
+    void add(const ILayerPtr& layer)
+    {
+        EXPECT_TRUE(root.project()->appendChildLayer(layer));
+        post(EventId::LayerRootChange, root);
+    }
+    void show(const Area& area) { post(EventId::DisplayAreaChange, area); }
+    // The picture as soon as nothing is outstanding.
+    QImage picture()
+    {
+        EXPECT_TRUE(testsupport::waitFor([this] {
+            (void)channel->grabFramebuffer();
+            return !channel->isOutstanding();
+        }));
+        return channel->grabFramebuffer();
+    }
+    void wheel(const QPoint& delta, Qt::KeyboardModifiers modifiers = Qt::NoModifier,
+               const QPointF& at = QPointF(width / 2.0, height / 2.0),
+               Qt::MouseButtons buttons = Qt::NoButton)
+    {
+        QWheelEvent event(at, channel->mapToGlobal(at.toPoint()), QPoint(), delta, buttons, modifiers,
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(channel, &event);
+    }
+    void mouse(QEvent::Type type, const QPointF& at, Qt::MouseButton button, Qt::MouseButtons buttons,
+               Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QMouseEvent event(type, at, button, buttons, modifiers);
+        QApplication::sendEvent(channel, &event);
+    }
+    void drag(Qt::MouseButton button, const QPointF& from, const QPointF& to,
+              Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        mouse(QEvent::MouseButtonPress, from, button, button, modifiers);
+        mouse(QEvent::MouseMove, to, Qt::NoButton, button, modifiers);
+        mouse(QEvent::MouseButtonRelease, to, button, Qt::NoButton, modifiers);
+    }
+
+    SamplingFormat format;
+    LayerRoot root;
+    std::shared_ptr<const Transform> transform;
+    QMainWindow window;
+    CountingChannel* channel = nullptr;
+    Listener listener;
+};
+
+int brightestRow(const QImage& image, int x0, int x1)
+{
+    std::vector<double> sums(std::size_t(image.height()), 0.0);
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = x0; x < x1; ++x)
+            sums[std::size_t(y)] += qGray(image.pixel(x, y));
+    return int(std::max_element(sums.begin(), sums.end()) - sums.begin());
+}
+
+int brightestColumn(const QImage& image)
+{
+    std::vector<double> sums(std::size_t(image.width()), 0.0);
+    for (int x = 0; x < image.width(); ++x)
+        for (int y = 0; y < image.height(); ++y)
+            sums[std::size_t(x)] += qGray(image.pixel(x, y));
+    return int(std::max_element(sums.begin(), sums.end()) - sums.begin());
+}
+
+int brightest(const QImage& image)
+{
+    int most = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            most = std::max(most, qGray(image.pixel(x, y)));
+    return most;
+}
+
+std::vector<float> tone(double hz, double rate, int count, double amplitude = 0.05)
+{
+    std::vector<float> samples(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
+        samples[std::size_t(i)] = float(amplitude * std::cos(2 * M_PI * hz * i / rate));
+    return samples;
+}
+
+std::vector<float> impulse(int count, int at)
+{
+    std::vector<float> samples(static_cast<std::size_t>(count));
+    samples[std::size_t(at)] = 1;
+    return samples;
+}
+
+} // namespace
+
+// --- pictures -----------------------------------------------------------------------------------------
+
+TEST_F(View, silenceIsBlack)
+{
+    open(48000);
+    addLayer(std::vector<float>(100'000, 0.0f));
+    show({0, 0, 100'000, 24000});
+    EXPECT_EQ(brightest(picture()), 0);
+}
+
+// Mean power of a frequency over the recording, frame by frame: where the line really is.
+static double powerAt(const Wav& wav, double hz)
+{
+    constexpr std::size_t frame = 2048;
+    double power = 0;
+    for (std::size_t first = 0; first + frame <= wav.samples.size(); first += frame) {
+        std::complex<double> sum = 0;
+        for (std::size_t i = 0; i < frame; ++i)
+            sum += double(wav.samples[first + i]) * (0.5 - 0.5 * std::cos(2 * M_PI * double(i) / frame)) *
+                   std::polar(1.0, -2 * M_PI * hz * double(i) / wav.rate);
+        power += std::norm(sum);
+    }
+    return power;
+}
+
+TEST_F(View, theLineAt18KilohertzStandsInItsRow)
+{
+    const Wav wav = readWav(testsupport::dataFile(QStringLiteral("line-18k-48k.wav")));
+    double line = 17000;
+    for (double hz = 17000; hz < 19000; hz += 10)
+        if (powerAt(wav, hz) > powerAt(wav, line))
+            line = hz;
+    ASSERT_NEAR(line, 18000, 200);
+    open(wav.rate);
+    addLayer(wav.samples);
+    post(EventId::DisplayLowdBChange, -100.0f);
+    post(EventId::DisplayHighdBChange, -60.0f);
+    for (const auto& [bottom, top] : {std::pair{16000.0, 20000.0}, {17000.0, 19000.0}}) {
+        show({0, bottom, double(wav.samples.size()), top - bottom});
+        const QImage image = picture();
+        const double hz = top - (brightestRow(image, 20, 380) + 0.5) * (top - bottom) / height;
+        EXPECT_NEAR(hz, line, 60);
+    }
+}
+
+TEST_F(View, anImpulseStandsInItsColumn)
+{
+    open(48000);
+    addLayer(impulse(200'000, 120'000));
+    // A column step of at most a quarter of the frame.
+    for (const double span : {200'000.0, 60'000.0, 12'000.0}) {
+        const double first = span == 200'000 ? 0 : 120'000 - span * 0.3;
+        show({first, 0, span, 24000});
+        const int column = brightestColumn(picture());
+        const double time = first + (column + 0.5) * span / width;
+        EXPECT_NEAR(time, 120'000, std::max(span / width, 256.0));
+    }
+}
+
+TEST_F(View, twoIdenticalLayersAreBrighterThanOne)
+{
+    open(48000);
+    const LayerPtr layer = addLayer(tone(6000, 48000, 100'000, 0.01));
+    show({0, 0, 100'000, 24000});
+    const int one = brightest(picture());
+    add(layer->clone(false));
+    const int two = brightest(picture());
+    EXPECT_GT(one, 20);
+    EXPECT_NEAR(two, 2 * one, 2);
+}
+
+TEST_F(View, aToneStandsInItsRowAtEveryScale)
+{
+    open(48000);
+    addLayer(tone(6000, 48000, 100'000));
+    show({0, 0, 100'000, 24000});
+    for (int scale = 0; scale < 5; ++scale) {
+        post(EventId::FreqScaleChange, int32_t(scale));
+        const int row = brightestRow(picture(), 100, 300);
+        EXPECT_NEAR(height - row, channel->convert().toScale(6000) / 24000 * height, 2) << scale;
+    }
+}
+
+TEST_F(View, aMutedLayerIsNotSeenAndASoloLayerAlone)
+{
+    open(48000);
+    const LayerPtr low = addLayer(tone(3000, 48000, 100'000));
+    const LayerPtr high = addLayer(tone(15000, 48000, 100'000));
+    show({0, 0, 100'000, 24000});
+    const auto lit = [](const QImage& image, double hz) {
+        const int row = int(height - hz / 24000 * height);
+        int most = 0;
+        for (int y = row - 2; y <= row + 2; ++y)
+            most = std::max(most, qGray(image.pixel(200, y)));
+        return most > 50;
+    };
+    QImage image = picture();
+    EXPECT_TRUE(lit(image, 3000) && lit(image, 15000));
+    low->setEnabled(false);
+    post(EventId::LayerPropertiesChange, ILayerPtr(low));
+    image = picture();
+    EXPECT_TRUE(!lit(image, 3000) && lit(image, 15000));
+    low->setSolo(true); // a solo layer sounds although disabled
+    post(EventId::LayerPropertiesChange, ILayerPtr(low));
+    image = picture();
+    EXPECT_TRUE(lit(image, 3000) && !lit(image, 15000));
+}
+
+TEST_F(View, colourIsTheLayersOrTheMapsInCompositeView)
+{
+    open(48000);
+    const LayerPtr layer = addLayer(tone(6000, 48000, 100'000, 0.5));
+    layer->setColor(0xff0000);
+    const LayerPtr other = addLayer(std::vector<float>(10, 0.0f));
+    show({0, 0, 100'000, 24000});
+    const auto colour = [this] {
+        const QImage image = picture();
+        return image.pixelColor(200, brightestRow(image, 100, 300));
+    };
+    EXPECT_EQ(colour(), QColor(255, 0, 0));
+    post(EventId::DisplayTargetActiveEnable, true);
+    EXPECT_EQ(colour(), QColor(0x55, 0x55, 0x55)); // not the active layer
+    root.setActive(layer);
+    post(EventId::LayerActivate, ILayerPtr(layer));
+    EXPECT_EQ(colour(), QColor(255, 0, 0));
+    post(EventId::DisplayCompositeEnable, true);
+    post(EventId::DisplayColormapChange, int32_t(9));
+    EXPECT_EQ(colour(), QColor(Qt::white));
+}
+
+TEST_F(View, levelsAndGammaActWithoutANewPicture)
+{
+    open(48000);
+    auto layer = std::make_shared<MemoryLayer>(format, tone(6000, 48000, 100'000, 0.001));
+    add(layer);
+    show({0, 0, 100'000, 24000});
+    const int before = brightest(picture());
+    const int64_t reads = layer->reads;
+    post(EventId::DisplayHighdBChange, -40.0f);
+    EXPECT_GT(brightest(picture()), before + 20);
+    post(EventId::DisplayGammaChange, 0.1f);
+    EXPECT_LT(brightest(picture()), before);
+    EXPECT_EQ(layer->reads, reads);
+    post(EventId::DisplayTimeSharpenChange, 0.5f);
+    post(EventId::DisplayFreqSharpenChange, 0.5f);
+    (void)picture();
+    EXPECT_GT(layer->reads, reads);
+}
+
+TEST_F(View, contentUpdateReadsTheLayerAgain)
+{
+    open(48000);
+    const LayerPtr layer = addLayer(std::vector<float>(100'000, 0.0f));
+    show({0, 0, 100'000, 24000});
+    EXPECT_EQ(brightest(picture()), 0);
+    const std::vector<float> loud = tone(6000, 48000, 100'000);
+    ASSERT_TRUE(layer->write(loud.data(), {0, 100'000}, -1, true));
+    EXPECT_EQ(brightest(picture()), 0); // nobody has told
+    post(EventId::LayerContentUpdate, ILayerPtr(layer));
+    EXPECT_GT(brightest(picture()), 100);
+}
+
+// The running program grows a layer like this while a file loads.
+TEST_F(View, aGrowingLayerShowsAsItGrows)
+{
+    open(48000);
+    const LayerPtr layer = Layer::create(format, {}, 0, false);
+    add(layer);
+    show({0, 0, 100'000, 24000});
+    EXPECT_EQ(brightest(picture()), 0);
+    const std::vector<float> loud = tone(6000, 48000, 50'000);
+    for (int part = 1; part <= 2; ++part) {
+        ASSERT_TRUE(layer->append(loud.data(), 50'000));
+        post(EventId::LayerContentUpdate, ILayerPtr(layer));
+        const QImage image = picture();
+        const int row = brightestRow(image, 20, 180);
+        EXPECT_GT(qGray(image.pixel(100, row)), 100);
+        EXPECT_EQ(qGray(image.pixel(300, row)) > 100, part == 2);
+    }
+    layer->finishAppend();
+}
+
+TEST_F(View, theOldTextureIsStretchedUntilTheNewArrives)
+{
+    open(48000);
+    addLayer(impulse(200'000, 100'000));
+    show({0, 0, 200'000, 24000});
+    EXPECT_NEAR(brightestColumn(picture()), 200, 1);
+    documentLock().lockForWrite(); // no render can begin
+    show({50'000, 0, 100'000, 24000});
+    const QImage near = channel->grabFramebuffer();
+    EXPECT_TRUE(channel->isOutstanding());
+    EXPECT_NEAR(brightestColumn(near), 200, 2);
+    show({90'000, 0, 100'000, 24000});
+    const QImage moved = channel->grabFramebuffer();
+    EXPECT_NEAR(brightestColumn(moved), 40, 2);
+    documentLock().unlock();
+    EXPECT_NEAR(brightestColumn(picture()), 40, 1);
+}
+
+TEST_F(View, aLayerOutOfViewGivesUpItsThreadAndComesBackByANewRender)
+{
+    open(48000);
+    auto layer = std::make_shared<MemoryLayer>(format, tone(6000, 48000, 100'000));
+    add(layer);
+    show({0, 0, 100'000, 24000});
+    const QImage first = picture();
+    const int64_t reads = layer->reads;
+    EXPECT_GT(channel->magnitudeAt({50'000, 6000}), 0.03f);
+    show({1'000'000, 0, 100'000, 24000});
+    EXPECT_EQ(brightest(picture()), 0);
+    EXPECT_EQ(channel->magnitudeAt({50'000, 6000}), 0);
+    EXPECT_EQ(layer->reads, reads);
+    show({0, 0, 100'000, 24000});
+    EXPECT_EQ(picture(), first);
+    EXPECT_EQ(layer->reads, 2 * reads); // nothing was kept
+}
+
+TEST_F(View, anAreaThatIsNotFiniteDrawsBlack)
+{
+    open(48000);
+    addLayer(tone(6000, 48000, 100'000));
+    show({0, 0, 100'000, 24000});
+    EXPECT_GT(brightest(picture()), 100);
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    for (const Area& area :
+         {Area{nan, 0, 1, 1}, Area{0, 0, inf, 1}, Area{0, nan, 100, 100}, Area{0, 0, -1, 100}}) {
+        show(area);
+        EXPECT_EQ(brightest(picture()), 0);
+        wheel({0, 120}); // and nothing comes of the wheel
+        EXPECT_TRUE(listener.areas.size() > 0);
+    }
+}
+
+TEST_F(View, aReparentedViewDrawsTheSamePicture)
+{
+    open(48000);
+    auto layer = std::make_shared<MemoryLayer>(format, tone(6000, 48000, 100'000));
+    add(layer);
+    show({0, 0, 100'000, 24000});
+    const QImage before = picture();
+    const int64_t reads = layer->reads;
+    QMainWindow other;
+    other.setCentralWidget(window.takeCentralWidget());
+    other.show();
+    ASSERT_TRUE(testsupport::waitFor(
+        [this] { return channel->isValid() && channel->size() == QSize(width, height); }));
+    EXPECT_EQ(picture(), before);
+    EXPECT_EQ(layer->reads, reads); // from the block that was kept
+}
+
+TEST_F(View, paintsOnlyWhenSomethingChanged)
+{
+    open(48000);
+    const LayerPtr layer = addLayer(tone(6000, 48000, 100'000));
+    show({0, 0, 100'000, 24000});
+    ASSERT_TRUE(testsupport::waitFor([this] { return channel->paints > 0 && !channel->isOutstanding(); }));
+    (void)testsupport::waitFor([] { return false; }, 100); // let queued paints run out
+    const int paints = channel->paints;
+    EXPECT_FALSE(testsupport::waitFor([&] { return channel->paints != paints; }, 300));
+    post(EventId::DisplayGammaChange, 0.4f);
+    EXPECT_TRUE(testsupport::waitFor([&] { return channel->paints == paints + 1; }));
+}
+
+TEST_F(View, aLayerTakenFromTheTreeIsGone)
+{
+    open(48000);
+    const LayerPtr layer = addLayer(tone(6000, 48000, 100'000));
+    show({0, 0, 100'000, 24000});
+    EXPECT_GT(brightest(picture()), 100);
+    ASSERT_TRUE(root.project()->removeChildLayer(layer));
+    post(EventId::LayerRootChange, root);
+    EXPECT_EQ(brightest(picture()), 0);
+}
+
+TEST_F(View, theReliefMovesLoudBinsFartherThanQuietOnes)
+{
+    open(48000);
+    std::vector<float> samples = tone(4000, 48000, 100'000, 0.1);
+    const std::vector<float> quiet = tone(16000, 48000, 100'000, 0.001);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] += quiet[i];
+    addLayer(samples);
+    show({0, 0, 100'000, 24000});
+    const auto rowNear = [](const QImage& image, double hz) {
+        const int middle = int(height - hz / 24000 * height);
+        return brightestRow(image.copy(0, middle - 60, width, 70), 100, 300) + middle - 60;
+    };
+    const QImage flat = picture();
+    post(EventId::DisplayDisplacementChange, Displacement{0, 40});
+    const QImage relief = picture();
+    const int loud = rowNear(flat, 4000) - rowNear(relief, 4000);
+    const int faint = rowNear(flat, 16000) - rowNear(relief, 16000);
+    EXPECT_GT(loud, 25);
+    EXPECT_GT(faint, 0);
+    EXPECT_LT(faint, loud - 8);
+}
+
+TEST_F(View, magnitudeUnderAPlace)
+{
+    open(48000);
+    addLayer(tone(6000, 48000, 100'000, 0.05));
+    show({0, 5000, 100'000, 2000}); // near enough that no row is an average of bins
+    (void)picture();
+    EXPECT_NEAR(channel->magnitudeAt({50'000, 6000}), 0.05, 0.003);
+    EXPECT_LT(channel->magnitudeAt({50'000, 6500}), 1e-4f);
+    EXPECT_EQ(channel->magnitudeAt({5e9, 6000}), 0);
+    EXPECT_EQ(channel->magnitudeAt({50'000, 12'000}), 0);
+}
+
+// --- navigation ---------------------------------------------------------------------------------------
+
+class Navigation : public View
+{
+protected:
+    Navigation()
+    {
+        open(48000);
+        addLayer(std::vector<float>(480'000, 0.0f));
+        show(start);
+        listener.areas.clear();
+    }
+    ~Navigation() override
+    {
+        for (const char* key : {"wheelnavigation", "invertwheelaxes", "leftbuttonnavigation", "maxdisplace"})
+            qApp->setProperty(key, QVariant());
+    }
+    void expectArea(const Area& want)
+    {
+        const Area& area = channel->viewArea();
+        EXPECT_NEAR(area.x, want.x, 1e-6);
+        EXPECT_NEAR(area.y, want.y, 1e-6);
+        EXPECT_NEAR(area.width, want.width, 1e-6);
+        EXPECT_NEAR(area.height, want.height, 1e-6);
+        ASSERT_FALSE(listener.areas.empty());
+        EXPECT_EQ(listener.areas.back(), area);
+    }
+    // The start area zoomed about its middle.
+    [[nodiscard]] Area zoomedStart(double horizontal, double vertical) const
+    {
+        return {start.x + start.width * (1 - horizontal) / 2, start.y + start.height * (1 - vertical) / 2,
+                start.width * horizontal, start.height * vertical};
+    }
+
+    const Area start{144'000, 6000, 144'000, 9000};
+    const double notch = std::exp2(-0.25); // 120 of the wheel
+};
+
+TEST_F(Navigation, thePlainWheelZoomsFrequencyAboutThePointer)
+{
+    wheel({0, 120});
+    expectArea(zoomedStart(1, notch));
+}
+
+TEST_F(Navigation, thePointUnderThePointerStays)
+{
+    const QPointF at(100, 75);
+    const PointD before = channel->documentPosition(at);
+    wheel({0, 240}, Qt::NoModifier, at);
+    wheel({0, -120}, Qt::ShiftModifier, at);
+    const PointD after = channel->documentPosition(at);
+    EXPECT_NEAR(before.x, after.x, 1e-6);
+    EXPECT_NEAR(before.y, after.y, 1e-6);
+}
+
+TEST_F(Navigation, theSidewaysWheelZoomsTimeTheOtherWayRound)
+{
+    wheel({120, 0});
+    expectArea(zoomedStart(1 / notch, 1));
+}
+
+TEST_F(Navigation, shiftAloneTurnsTheWheelToTime)
+{
+    wheel({0, 120}, Qt::ShiftModifier);
+    expectArea(zoomedStart(notch, 1));
+}
+
+TEST_F(Navigation, theMiddleButtonHeldTurnsTheWheelToTime)
+{
+    wheel({0, 120}, Qt::NoModifier, QPointF(width / 2.0, height / 2.0), Qt::MiddleButton);
+    expectArea(zoomedStart(notch, 1));
+}
+
+TEST_F(Navigation, controlAndAltZoomBothAxes)
+{
+    wheel({0, 120}, Qt::ControlModifier | Qt::AltModifier);
+    expectArea(zoomedStart(notch, notch));
+}
+
+TEST_F(Navigation, altAlonePansTime)
+{
+    wheel({0, 120}, Qt::AltModifier);
+    expectArea({start.x + start.width / 12, start.y, start.width, start.height});
+}
+
+TEST_F(Navigation, altWithShiftPansBothAxesAsTheyCome)
+{
+    wheel({120, -120}, Qt::AltModifier | Qt::ShiftModifier);
+    expectArea({start.x + start.width / 12, start.y - start.height / 12, start.width, start.height});
+}
+
+TEST_F(Navigation, aPanEndsAtTheProject)
+{
+    wheel({0, 120 * 40}, Qt::AltModifier);
+    expectArea({480'000 - start.width, start.y, start.width, start.height});
+    wheel({0, -120 * 90}, Qt::AltModifier);
+    expectArea({0, start.y, start.width, start.height});
+}
+
+TEST_F(Navigation, zoomingOutEndsAtTheProject)
+{
+    wheel({0, -120 * 40}, Qt::ControlModifier | Qt::AltModifier);
+    expectArea({0, 0, 480'000, 24'000});
+}
+
+TEST_F(Navigation, controlAloneDisplaces)
+{
+    wheel({0, 120}, Qt::ControlModifier);
+    EXPECT_EQ(channel->displacement().x, 0);
+    EXPECT_EQ(channel->displacement().y, -12);
+    wheel({15, 0}, Qt::ControlModifier); // sideways comes negated; 1.5 rounds away from zero
+    EXPECT_EQ(channel->displacement().x, 2);
+    ASSERT_EQ(listener.displacements.size(), 2U);
+    EXPECT_EQ(listener.displacements.back().x, 2);
+    EXPECT_TRUE(listener.areas.empty());
+}
+
+TEST_F(Navigation, displacementIsLimitedInLengthTheAngleStaying)
+{
+    wheel({-900, -1200}, Qt::ControlModifier);
+    EXPECT_NEAR(std::hypot(channel->displacement().x, channel->displacement().y), 128, 1e-3);
+    EXPECT_NEAR(channel->displacement().y / channel->displacement().x, 120.0 / -90, 1e-5);
+}
+
+TEST_F(Navigation, uninvertedAxesSwap)
+{
+    qApp->setProperty("invertwheelaxes", QVariant(QStringLiteral("false")));
+    wheel({0, 120});
+    expectArea(zoomedStart(notch, 1));
+}
+
+TEST_F(Navigation, wheelNavigation1PansPlainAndZoomsOtherwise)
+{
+    qApp->setProperty("wheelnavigation", QVariant(1));
+    wheel({0, 120});
+    expectArea({start.x, start.y + start.height / 12, start.width, start.height});
+    show(start);
+    wheel({0, 120}, Qt::AltModifier);
+    expectArea(zoomedStart(notch, 1));
+    wheel({0, 120}, Qt::ControlModifier);
+    EXPECT_EQ(channel->displacement().y, -12);
+}
+
+TEST_F(Navigation, wheelNavigation2DisplacesByAltWithTheAxesSwappedByShift)
+{
+    qApp->setProperty("wheelnavigation", QVariant(2));
+    wheel({0, 120}, Qt::ControlModifier);
+    expectArea(zoomedStart(1, notch));
+    wheel({0, 120}, Qt::AltModifier);
+    EXPECT_EQ(channel->displacement().x, -12);
+    EXPECT_EQ(channel->displacement().y, 0);
+    wheel({0, 120}, Qt::AltModifier | Qt::ShiftModifier);
+    EXPECT_EQ(channel->displacement().x, -24);
+    EXPECT_EQ(channel->displacement().y, 0);
+}
+
+TEST_F(Navigation, theMiddleButtonPansWhatIsUnderThePointer)
+{
+    drag(Qt::MiddleButton, {200, 150}, {150, 180});
+    expectArea({start.x + start.width * 50 / width, start.y + start.height * 30 / height, start.width,
+                start.height});
+    EXPECT_TRUE(listener.mice.empty());
+}
+
+TEST_F(Navigation, theMiddleButtonPansInDisplayCoordinates)
+{
+    post(EventId::FreqScaleChange, int32_t(FreqScale::Mel));
+    const PointD before = channel->documentPosition({200, 150});
+    drag(Qt::MiddleButton, {200, 150}, {150, 180});
+    const PointD after = channel->documentPosition({150, 180});
+    EXPECT_NEAR(before.x, after.x, 1e-6);
+    EXPECT_NEAR(before.y, after.y, 1e-6);
+}
+
+TEST_F(Navigation, theLeftButtonPansWithTheModifiersOfItsProperty)
+{
+    drag(Qt::LeftButton, {200, 150}, {150, 150}, Qt::ControlModifier | Qt::AltModifier);
+    expectArea({start.x + start.width / 8, start.y, start.width, start.height});
+    drag(Qt::LeftButton, {200, 150}, {150, 150}, Qt::ControlModifier);
+    expectArea({start.x + start.width / 8, start.y, start.width, start.height});
+    qApp->setProperty("leftbuttonnavigation", QVariant(0));
+    show(start);
+    drag(Qt::LeftButton, {200, 150}, {150, 150}, Qt::ControlModifier);
+    expectArea({start.x + start.width / 8, start.y, start.width, start.height});
+}
+
+TEST_F(Navigation, shiftWithTheMiddleButtonDisplacesAlongMultiplesOf45Degrees)
+{
+    drag(Qt::MiddleButton, {200, 150}, {230, 148}, Qt::ShiftModifier);
+    EXPECT_NEAR(channel->displacement().x, std::hypot(30, 2), 1e-3);
+    EXPECT_NEAR(channel->displacement().y, 0, 1e-3);
+    ASSERT_FALSE(listener.displacements.empty());
+    EXPECT_TRUE(listener.areas.empty());
+}
+
+TEST_F(Navigation, theBottomStaysAt0HzWhileLocked)
+{
+    post(EventId::DisplayLockBottomTo0Enable, true);
+    wheel({0, 120});
+    expectArea({start.x, 0, start.width, start.height * notch});
+    drag(Qt::MiddleButton, {200, 150}, {200, 180});
+    EXPECT_EQ(channel->viewArea().y, 0);
+}
+
+TEST_F(View, theCentreOfAComplexSignalStaysAt0HzWhileLocked)
+{
+    open(48000, SampleTypeComplex);
+    addLayer(std::vector<float>(96'000, 0.0f));
+    post(EventId::DisplayLockCenterTo0Enable, true);
+    show({0, -12'000, 10'000, 24'000});
+    wheel({0, 120}, Qt::NoModifier, QPointF(10, 10));
+    EXPECT_NEAR(channel->viewArea().y, -channel->viewArea().height / 2, 1e-9);
+    EXPECT_LT(channel->viewArea().height, 24'000);
+}
+
+TEST_F(Navigation, nothingMovesWhileBlocked)
+{
+    channel->setBlocked(true);
+    wheel({0, 120});
+    wheel({0, 120}, Qt::ControlModifier);
+    drag(Qt::MiddleButton, {200, 150}, {150, 180});
+    mouse(QEvent::MouseMove, {10, 10}, Qt::NoButton, Qt::NoButton);
+    EXPECT_EQ(channel->viewArea(), start);
+    EXPECT_TRUE(listener.areas.empty() && listener.displacements.empty() && listener.mice.empty());
+}
+
+TEST_F(Navigation, thePointerTellsWhereItIs)
+{
+    mouse(QEvent::MouseMove, {100, 75}, Qt::NoButton, Qt::NoButton);
+    ASSERT_EQ(listener.mice.size(), 1U);
+    const MouseEvent hover = listener.mice.back();
+    EXPECT_NEAR(hover.position.x, start.x + start.width / 4, 1e-6);
+    EXPECT_NEAR(hover.position.y, start.y + start.height * 0.75, 1e-6);
+    EXPECT_NEAR(hover.pixelSize.x, start.width / width, 1e-6);
+    EXPECT_NEAR(hover.pixelSize.y, start.height / height, 1e-6);
+    EXPECT_EQ(hover.pressure, -1);
+    drag(Qt::LeftButton, {200, 150}, {210, 150}, Qt::ShiftModifier);
+    ASSERT_EQ(listener.mice.size(), 4U);
+    const MouseEvent press = listener.mice[1];
+    const MouseEvent move = listener.mice[2];
+    const MouseEvent release = listener.mice[3];
+    EXPECT_EQ(press.pressure, 1);
+    EXPECT_EQ(press.previousPressure, -1);
+    EXPECT_EQ(press.pressPosition, press.position);
+    EXPECT_EQ(press.previousPosition, hover.position);
+    EXPECT_EQ(press.modifiers, uint32_t(Qt::ShiftModifier));
+    EXPECT_EQ(move.pressPosition, press.position);
+    EXPECT_GT(move.position.x, press.position.x);
+    EXPECT_EQ(release.pressure, -1);
+    EXPECT_EQ(release.previousPressure, 1);
+    EXPECT_EQ(release.pressPosition, press.position);
+}
