@@ -5,6 +5,7 @@
 #include "app/startup.h"
 #include "base/log.h"
 #include "base/platform.h"
+#include "spectral/primitives/planning.h"
 #include "ui/mainwindow.h"
 
 #include <algorithm>
@@ -75,6 +76,7 @@ Engine::~Engine()
     if (m_window)
         m_window->close();
     delete m_window;
+    shutdownPrimitives();
     debug("closing app...");
     delete qApp;
     qInfo().noquote() << "session ended";

@@ -25,18 +25,6 @@ constexpr uint64_t avx = 0x100;
 constexpr uint64_t avx2 = 0x8000;
 constexpr uint64_t avx512 = 0x100000;
 
-struct OptionMask
-{
-    const char* option;
-    uint64_t mask;
-};
-constexpr OptionMask optionMasks[] = {
-    {"sse4.2", 0x80cdf},
-    {"avx", 0x86fdf},
-    {"avx2", 0xfefff},
-    {"avx512", 0x1fefff},
-};
-
 struct InstructionSet
 {
     const char* name;
@@ -192,14 +180,6 @@ uint64_t detectedFeatures()
 uint64_t effectiveFeatures()
 {
     return masked.load() ? maskedFeatures.load() : detectedFeatures();
-}
-
-uint64_t maskForOption(const QString& value)
-{
-    for (const OptionMask& row : optionMasks)
-        if (value == QLatin1String(row.option))
-            return row.mask;
-    return ~uint64_t(0);
 }
 
 void applyMask(uint64_t mask)

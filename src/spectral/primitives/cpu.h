@@ -16,9 +16,6 @@ namespace cpu {
 [[nodiscard]] uint64_t detectedFeatures();
 // The flags in force: detected, less what was masked out.
 [[nodiscard]] uint64_t effectiveFeatures();
-// The mask of a value of the option -cpu ("sse4.2", "avx", "avx2", "avx512"; exact); all ones for
-// any other word.
-[[nodiscard]] uint64_t maskForOption(const QString& value);
 // Puts detected & mask in force for our vector code; each call starts from the detected flags again.
 // AVX512F stands for AVX-512 as a whole, since the mask of "avx512" names no other part of it; no
 // code is generated for plain AVX, so that "avx" runs what "sse4.2" runs. The DFT library chooses its

@@ -117,8 +117,6 @@ void PlanCache::setWisdomFile(const QString& path)
 
 void PlanCache::settle(PlanSlot& slot, const QByteArray& text)
 {
-    QString file;
-    Wisdom wisdom;
     {
         const std::lock_guard locker(m_lock);
         m_settled.insert(slot.key.name());
@@ -126,21 +124,26 @@ void PlanCache::settle(PlanSlot& slot, const QByteArray& text)
             slot.m_measured = makePlan(slot.key, FFTW_MEASURE | FFTW_WISDOM_ONLY);
         if (slot.m_measured && m_planning == Planning::Upgrade)
             slot.m_current.store(slot.m_measured, std::memory_order_release);
-        file = m_wisdomFile;
-        for (const QString& name : m_settled)
-            wisdom.settled << name;
-        wisdom.text = wisdomText();
     }
-    if (!file.isEmpty())
-        writeWisdom(file, wisdom);
+    keep();
 }
 
-QByteArray PlanCache::wisdomText() const
+void PlanCache::keep()
 {
-    char* text = fftwf_export_wisdom_to_string();
-    const QByteArray copy(text);
-    std::free(text);
-    return copy;
+    QString file;
+    Wisdom wisdom;
+    {
+        const std::lock_guard locker(m_lock);
+        file = m_wisdomFile;
+        if (file.isEmpty())
+            return;
+        for (const QString& name : m_settled)
+            wisdom.settled << name;
+        char* text = fftwf_export_wisdom_to_string();
+        wisdom.text = text;
+        std::free(text);
+    }
+    writeWisdom(file, wisdom); // not under the lock, since it waits for the disk
 }
 
 void initializePrimitives()
@@ -151,11 +154,18 @@ void initializePrimitives()
 void setPlanning(Planning planning)
 {
     PlanCache::instance().setPlanning(planning);
+    if (planning == Planning::Upgrade)
+        PlanSearch::instance().allow();
 }
 
 void setWisdomFile(const QString& path)
 {
     PlanCache::instance().setWisdomFile(path);
+}
+
+void keepMeasuredPlans()
+{
+    PlanCache::instance().keep();
 }
 
 int64_t planningCount()

@@ -74,11 +74,11 @@ public:
     void setWisdomFile(const QString& path);
     // The search for this slot is over: `text` is FFTW's text of a better plan, or empty.
     void settle(PlanSlot& slot, const QByteArray& text);
+    void keep();
 
 private:
     void choose(PlanSlot& slot);
     void chooseForUpgrade(PlanSlot& slot);
-    [[nodiscard]] QByteArray wisdomText() const;
 
     Mutex m_lock; // everything below, and FFTW's planner for all that this program plans
     Planning m_planning = Planning::Estimate;

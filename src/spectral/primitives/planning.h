@@ -33,12 +33,17 @@ void setPlanning(Planning planning);
 // version is passed over, and replaced later. Empty: nothing is kept. Any thread.
 void setWisdomFile(const QString& path);
 
+// Writes that file now; the search does it by itself, plans of Planning::Measured need it. Nothing
+// without a file.
+void keepMeasuredPlans();
+
 // The helper program; by default "morvane-planner" beside this module. Without it estimated plans
 // stay. Before the first transform runs.
 void setPlannerProgram(const QString& path);
 
 // Ends the search for better plans, without waiting for a measurement; what was found is kept. The
-// end of the process does it too. Plans go on working, and none is upgraded afterwards.
+// end of the process does it too. Plans go on working, and none is upgraded until somebody asks for
+// Planning::Upgrade again.
 void shutdownPrimitives();
 
 // For tests and benchmarks.

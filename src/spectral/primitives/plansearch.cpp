@@ -62,6 +62,12 @@ void PlanSearch::stop()
         thread.join();
 }
 
+void PlanSearch::allow()
+{
+    const std::lock_guard locker(m_lock);
+    m_ending = false;
+}
+
 bool PlanSearch::idle()
 {
     const std::lock_guard locker(m_lock);

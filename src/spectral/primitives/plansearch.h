@@ -24,6 +24,7 @@ public:
 
     void request(PlanSlot& slot); // any thread, in the middle of a transform: takes one short lock
     void stop();                  // waits for the thread, not for a measurement
+    void allow();                 // after stop()
     [[nodiscard]] bool idle();
     void setProgram(const QString& path);
 
