@@ -96,7 +96,6 @@ int PluginLoader::load(const Settings& settings)
     int count = 0;
     for (const Candidate& candidate : m_candidates)
         count += candidate.casted;
-    qInfo().noquote() << QString::number(count) + QStringLiteral(" Plugins loaded");
     return count;
 }
 
@@ -121,15 +120,18 @@ void PluginLoader::list(const QString& folder, int depth)
 
 QObject* PluginLoader::instantiate(Candidate& candidate) const
 {
-    QObject* instance = guarded(
-        candidate.path, "loading", [&] { return candidate.loader->instance(); }, nullptr);
+    const auto load = [&] {
+        QObject* instance = candidate.loader->instance();
+        if (!instance)
+            qWarning().noquote() << "plug-in" << fileNameOf(candidate.path)
+                                 << "is left out:" << candidate.loader->errorString();
+        return instance;
+    };
+    QObject* instance = guarded(candidate.path, "loading", load, nullptr);
     // A library's initialisation may have set the locale, and then "0.5" reads as 0 in C code.
     std::setlocale(LC_NUMERIC, "C");
-    if (!instance) {
-        qWarning().noquote() << "plug-in" << fileNameOf(candidate.path)
-                             << "is left out:" << candidate.loader->errorString();
+    if (!instance)
         return nullptr;
-    }
     candidate.loader->setProperty("casted", false);
     qDebug().noquote() << fileNameOf(candidate.path) + QStringLiteral(" instanced");
     return instance;
