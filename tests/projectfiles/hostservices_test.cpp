@@ -1,0 +1,154 @@
+// Every entry of the host table.
+#include "projectfiles/hostservices.h"
+
+#include "plugins/hosttable.h"
+#include "support/testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <vector>
+
+#include <QFile>
+
+namespace {
+
+HostTable filled()
+{
+    HostTable table;
+    fillHostTable(table);
+    return table;
+}
+
+using Floats = std::vector<float>;
+const Floats a{1, -2, 3.5f}, b{4, 8, -0.5f};
+
+Floats run(const std::function<void(float*)>& operation, Floats start = Floats(3, 9))
+{
+    operation(start.data());
+    return start;
+}
+
+} // namespace
+
+TEST(HostServices, NoEntryIsEmpty)
+{
+    HostTable table = filled();
+    auto** entries = reinterpret_cast<void**>(&table);
+    for (int i = 0; i < 34; ++i)
+        EXPECT_NE(entries[i], nullptr) << i;
+}
+
+TEST(HostServices, EntriesStandAtTheirNumbers)
+{
+    const HostTable table;
+    const auto number = [&table](const auto& member) {
+        return (reinterpret_cast<const char*>(&member) - reinterpret_cast<const char*>(&table)) /
+               qptrdiff(sizeof(void*));
+    };
+    EXPECT_EQ(number(table.copy), 0);
+    EXPECT_EQ(number(table.divide), 9);
+    EXPECT_EQ(number(table.maxAbs), 11);
+    EXPECT_EQ(number(table.minimum), 15);
+    EXPECT_EQ(number(table.channelBits), 16);
+    EXPECT_EQ(number(table.channelShortLabel), 22);
+    EXPECT_EQ(number(table.reformatDialog), 23);
+    EXPECT_EQ(number(table.createResampler), 26);
+    EXPECT_EQ(number(table.writeWave), 28);
+    EXPECT_EQ(number(table.readMarkers), 32);
+    EXPECT_EQ(number(table.readMetaData), 33);
+}
+
+TEST(HostServices, VectorEntriesComputeWhatTheTableSays)
+{
+    const HostTable t = filled();
+    const float *x = a.data(), *y = b.data();
+    EXPECT_EQ(run([&](float* d) { t.copy(d, x, 3); }), a);
+    EXPECT_EQ(run([&](float* d) { t.zero(d, 2); }), (Floats{0, 0, 9}));
+    EXPECT_EQ(run([&](float* d) { t.multiply(d, x, y, 3); }), (Floats{4, -16, -1.75f}));
+    EXPECT_EQ(run([&](float* d) { t.multiplyConstant(d, x, 0.5, 3); }), (Floats{0.5f, -1, 1.75f}));
+    EXPECT_EQ(run([&](float* d) { t.add(d, x, y, 3); }), (Floats{5, 6, 3}));
+    EXPECT_EQ(run([&](float* d) { t.addConstant(d, x, 1, 3); }), (Floats{2, -1, 4.5f}));
+    EXPECT_EQ(run([&](float* d) { t.subtract(d, x, y, 3); }), (Floats{-3, -10, 4}));
+    EXPECT_EQ(run([&](float* d) { t.multiplyAdd(d, x, y, 3); }), (Floats{13, -7, 7.25f}));
+    EXPECT_EQ(run([&](float* d) { t.multiplyAddConstant(d, x, 2, 3); }), (Floats{11, 5, 16}));
+    EXPECT_EQ(run([&](float* d) { t.divide(d, x, y, 3); }), (Floats{0.25f, -0.25f, -7}));
+    EXPECT_EQ(run([&](float* d) { t.maximum(d, x, y, 3); }), (Floats{4, 8, 3.5f}));
+    EXPECT_EQ(run([&](float* d) { t.minimum(d, x, y, 3); }), (Floats{1, -2, -0.5f}));
+    EXPECT_EQ(run([&](float* d) { t.absolute(d, 3); }, a), (Floats{1, 2, 3.5f}));
+    EXPECT_EQ(run([&](float* d) { t.squareRoot(d, 3); }, {4, -1, 0}), (Floats{2, 0, 0}));
+    EXPECT_EQ(t.maxAbs(x, 3), 3.5f);
+    EXPECT_EQ(t.sum(x, 3), 2.5f);
+    EXPECT_EQ(t.maxAbs(x, 0), 0);
+    EXPECT_EQ(t.sum(x, 0), 0);
+    EXPECT_EQ(run([&](float* d) { t.add(d, x, y, -1); }), Floats(3, 9));
+}
+
+TEST(HostServices, ChannelEntriesKnowMasksAndLabels)
+{
+    const HostTable t = filled();
+    EXPECT_EQ(t.channelBits(ChannelsTypeEcg).size(), 20);
+    EXPECT_EQ(t.channelCount(0x8000000000000003), 3);
+    const uint64_t usual[] = {4, 3, 7, 51, 1543, 1551, 1591, 1599, 22071, 22079, 185911, 185919};
+    for (int n = 1; n <= 12; ++n)
+        EXPECT_EQ(t.defaultChannelsMask(ChannelsTypeAudio, n), usual[n - 1]) << n;
+    EXPECT_EQ(t.defaultChannelsMask(ChannelsTypeAudio, 13), 0x1fffu);
+    EXPECT_EQ(t.defaultChannelsMask(ChannelsTypeEcg, 2), 3u);
+    EXPECT_EQ(t.channelsMaskFromSigns(QByteArray("x-1 0+\0y", 8)), 1u | 4u | 32u | 128u);
+    EXPECT_EQ(t.channelsMaskFromSigns(QByteArray(70, '1')), ~uint64_t(0));
+    EXPECT_EQ(t.channelBit(51, 2), 16u);
+    EXPECT_EQ(t.channelBit(51, 4), 0u);
+    EXPECT_EQ(t.channelLabel(ChannelsTypeAudio, 51, 2), QStringLiteral("Rear Left"));
+    EXPECT_EQ(t.channelShortLabel(ChannelsTypeEcg, 3, 1), QStringLiteral("II"));
+}
+
+// What waits for later work, by number.
+TEST(HostServices, Entries23To31AnswerAnEmptyMatrixNullOrFalse)
+{
+    const HostTable t = filled();
+    SamplingFormat format;
+    format.sampleRate = 8000;
+    const SamplingFormat before = format;
+    Matrix matrix(2, 2);
+    const QString path = testsupport::makeFolder() + QStringLiteral("/x.wav");
+    const std::map<int, std::function<bool()>> refuses = {
+        {23, [&] { return !t.reformatDialog(nullptr, format, matrix); }},
+        {24,
+         [&] {
+             return t.defaultChannelMatrix(3, 4).data.isEmpty() && t.defaultChannelMatrix(3, 4).outputs == 0;
+         }},
+        {25, [&] { return !t.channelRemixerDialog(nullptr, 3, 4, matrix); }},
+        {26, [&] { return t.createResampler(format, format, matrix) == nullptr; }},
+        {27, [&] { return t.createPlainResampler(format) == nullptr; }},
+        {28, [&] { return !t.writeWave(path, format, nullptr); }},
+        {29, [&] { return !t.appendMarkers(path, {}); }},
+        {30, [&] { return !t.appendMetaData(path, {}); }},
+        {31, [&] { return !t.readWave(path, nullptr); }},
+    };
+    ASSERT_EQ(refuses.size(), 9u);
+    for (const auto& [number, refused] : refuses)
+        EXPECT_TRUE(refused()) << number;
+    EXPECT_EQ(format, before);
+    EXPECT_EQ(matrix.outputs, 2);
+    EXPECT_FALSE(QFile::exists(path));
+}
+
+TEST(HostServices, Entries32And33Read)
+{
+    const HostTable t = filled();
+    const QString path = testsupport::makeFolder() + QStringLiteral("/x.wav");
+    QFile file(path);
+    ASSERT_TRUE(file.open(QFile::WriteOnly));
+    file.write(QByteArray("RIFF\0\0\0\0WAVEcue \x1c\0\0\0\1\0\0\0\5\0\0\0\0\0\0\0data\0\0\0\0\0\0\0\0\7\0\0\0"
+                          "LIST\x10\0\0\0INFOINAM\3\0\0\0ab\0\0",
+                          12 + 36 + 24));
+    file.close();
+    MarkerList markers;
+    MetaDataList tags;
+    EXPECT_TRUE(t.readMarkers(path, markers));
+    EXPECT_EQ(markers, (MarkerList{{5, 7, 0, ""}}));
+    EXPECT_TRUE(t.readMetaData(path, tags));
+    EXPECT_EQ(tags.value(QStringLiteral("INAM")), QStringLiteral("ab"));
+    EXPECT_FALSE(t.readMarkers(path + QStringLiteral("x"), markers));
+}
