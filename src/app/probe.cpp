@@ -1,9 +1,11 @@
 #include "app/probe.h"
 
+#include "base/platform.h"
 #include "plugins/pluginloader.h"
 #include "projectfiles/hostservices.h"
 
 #include <cstdio>
+#include <exception>
 
 #include <QApplication>
 #include <QPluginLoader>
@@ -18,11 +20,18 @@ int runProbe(int argc, char** argv)
     };
     if (argc != 2)
         return refuse(QStringLiteral("usage: morvane_probe <library>"));
+    // Nobody wants the memory image of a plug-in that fails its test.
+    platform::disableCoreDumps();
     qputenv("QT_QPA_PLATFORM", "offscreen"); // plug-ins make widgets, and there may be no display
     const QString path = QString::fromLocal8Bit(argv[1]);
     const QApplication application(argc, argv);
     QPluginLoader library(path);
-    QObject* instance = library.instance();
+    QObject* instance = nullptr;
+    try {
+        instance = library.instance();
+    } catch (const std::exception& e) {
+        return refuse(QString::fromLocal8Bit(e.what()));
+    }
     if (!instance)
         return refuse(library.errorString());
     PluginLoader::Settings settings;

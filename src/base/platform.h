@@ -29,6 +29,8 @@ namespace platform {
 
 // Raises the limit of open files to what the system allows: each layer holds one.
 void raiseDescriptorLimit();
+// A crash of this process leaves no memory image behind.
+void disableCoreDumps();
 // For a helper process: it runs only when nobody else wants the processor, and dies with the thread
 // that started it.
 void becomeBackgroundHelper();

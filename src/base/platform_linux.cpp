@@ -94,6 +94,12 @@ uint32_t threadId()
     return id;
 }
 
+void disableCoreDumps()
+{
+    const rlimit none{0, 0};
+    setrlimit(RLIMIT_CORE, &none);
+}
+
 void raiseDescriptorLimit()
 {
     rlimit limit;

@@ -4,12 +4,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <QCoreApplication>
-#include <QFile>
+#include <QFileInfo>
 #include <QtEndian>
 
 extern "C" {
@@ -39,8 +35,6 @@ InputFile::~InputFile()
         av_freep(&m_context->buffer);
         avio_context_free(&m_context);
     }
-    if (m_file >= 0)
-        close(m_file);
 }
 
 bool InputFile::open(const QString& path)
@@ -49,15 +43,15 @@ bool InputFile::open(const QString& path)
         m_error = cause;
         return false;
     };
-    // Not blocking: a FIFO would wait for a writer.
-    m_file = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (m_file < 0)
-        return fail(QString::fromLocal8Bit(std::strerror(errno)));
-    struct stat status;
-    if (fstat(m_file, &status) != 0 || !S_ISREG(status.st_mode))
+    const QFileInfo info(path);
+    if (!info.exists())
+        return fail(QCoreApplication::translate("ffmpeg", "there is no such file"));
+    if (!info.isFile()) // opening a pipe would wait for a writer
         return fail(QCoreApplication::translate("ffmpeg", "this is not a regular file"));
-    m_size = status.st_size;
-    posix_fadvise(m_file, 0, 0, POSIX_FADV_SEQUENTIAL);
+    m_file.setFileName(path);
+    if (!m_file.open(QFile::ReadOnly | QFile::Unbuffered))
+        return fail(m_file.errorString());
+    m_size = m_file.size();
     readWaveHead();
     auto* buffer = static_cast<uint8_t*>(av_malloc(ioBufferBytes));
     m_context = buffer
@@ -65,18 +59,14 @@ bool InputFile::open(const QString& path)
                     : nullptr;
     if (!m_context) {
         av_free(buffer);
-        return fail(QString::fromLocal8Bit(std::strerror(ENOMEM)));
+        return fail(QCoreApplication::translate("ffmpeg", "there is not enough memory"));
     }
     return true;
 }
 
-int64_t InputFile::readAt(void* out, int64_t count, int64_t offset) const
+int64_t InputFile::readAt(char* out, int64_t count, int64_t offset)
 {
-    ssize_t got;
-    do {
-        got = pread(m_file, out, std::size_t(count), offset);
-    } while (got < 0 && errno == EINTR);
-    return got;
+    return m_file.seek(offset) ? m_file.read(out, count) : -1;
 }
 
 int InputFile::readCallback(void* self, uint8_t* out, int count)
@@ -85,9 +75,9 @@ int InputFile::readCallback(void* self, uint8_t* out, int count)
     if (file.stop)
         return AVERROR_EXIT;
     const int64_t begin = file.position;
-    const int64_t got = file.readAt(out, count, begin);
+    const int64_t got = file.readAt(reinterpret_cast<char*>(out), count, begin);
     if (got <= 0)
-        return got < 0 ? AVERROR(errno) : AVERROR_EOF;
+        return got < 0 ? AVERROR(EIO) : AVERROR_EOF;
     for (const Respelling& r : file.m_respellings)
         for (int i = 0; i < 4; ++i) {
             const int64_t at = r.offset + i - begin;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include <QFile>
 #include <QString>
 
 struct AVIOContext;
@@ -54,9 +55,9 @@ private:
     static int64_t seekCallback(void* self, int64_t offset, int whence);
     void readWaveHead();
     void respell(int64_t offset, const char* found, const char* usual);
-    int64_t readAt(void* out, int64_t count, int64_t offset) const;
+    int64_t readAt(char* out, int64_t count, int64_t offset);
 
-    int m_file = -1;
+    QFile m_file;
     int64_t m_size = 0;
     WaveHead m_head;
     std::vector<Respelling> m_respellings; // rising offsets
