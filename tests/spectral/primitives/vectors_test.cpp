@@ -1,5 +1,6 @@
 #include "spectral/primitives/vectors.h"
 
+#include "base/denormals.h"
 #include "everytarget.h"
 
 #include <cmath>
@@ -7,6 +8,7 @@
 #include <functional>
 #include <limits>
 #include <random>
+#include <thread>
 
 namespace {
 
@@ -206,6 +208,23 @@ TEST_P(VectorsTest, MaxAbsFindsThePeakAnywhere)
             a.data()[peak] = peak % 2 ? -9.0f : 9.0f;
             ASSERT_EQ(vec::maxAbs(a.data(), count), 9.0f) << count << " at " << peak;
         }
+}
+
+// As on every thread that computes: a denormal number counts as 0 and none comes out.
+TEST_P(VectorsTest, DenormalsAreZeroOnThreadsThatDisableThem)
+{
+    std::thread([] {
+        disableDenormals();
+        ArrayTemplate<float> denormal(100), small(100), out(100);
+        for (int i = 0; i < 100; ++i) {
+            denormal[i] = 1e-40f;
+            small[i] = 1e-25f;
+        }
+        vec::multiplyConstant(out.data(), denormal.data(), 1e30f, 100);
+        EXPECT_EQ(vec::maxAbs(out.data(), 100), 0);
+        vec::multiply(out.data(), small.data(), small.data(), 100);
+        EXPECT_EQ(vec::maxAbs(out.data(), 100), 0);
+    }).join();
 }
 
 TEST_P(VectorsTest, AnEmptyVectorIsZero)
