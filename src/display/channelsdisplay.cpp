@@ -5,6 +5,7 @@
 #include "model/layerroot.h"
 #include "model/types/channellabels.h"
 
+#include <QEvent>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -17,7 +18,26 @@ namespace {
 
 constexpr double degreesPerOctave = 480; // of wheel angle for a factor of two
 constexpr int notch = 120;
-constexpr int rowGap = 2; // logical pixels
+constexpr PointD middle{0.5, 0.5}; // of a view, as shares
+constexpr int rowGap = 2;          // logical pixels
+
+bool contains(const Area& outer, const Area& inner)
+{
+    return outer.x <= inner.x && inner.x + inner.width <= outer.x + outer.width && outer.y <= inner.y &&
+           inner.y + inner.height <= outer.y + outer.height;
+}
+
+// The way through the frequency scale and back costs the last digits; an area that shows the whole
+// band shows exactly that.
+Area exactEdges(Area area, const Area& limits)
+{
+    const double tolerance = 1e-9 * limits.height;
+    if (std::abs(area.y - limits.y) < tolerance && std::abs(area.height - limits.height) < tolerance) {
+        area.y = limits.y;
+        area.height = limits.height;
+    }
+    return area;
+}
 
 QLabel* makeHint(QWidget* parent)
 {
@@ -76,20 +96,56 @@ void ChannelsDisplay::buildRows(const SamplingFormat& format)
     rows->setContentsMargins({});
     rows->setSpacing(rowGap);
     for (int channel = 0; channel < format.channels; ++channel) {
-        auto* row = new QHBoxLayout;
-        row->setSpacing(0);
-        row->addWidget(makeName(format, channel, column));
-        auto* view = new SpectralChannel(channel, column);
+        // The row keeps its place while the view in it is hidden.
+        auto* row = new QWidget(column);
+        row->setMinimumHeight(minRowHeight);
+        auto* line = new QHBoxLayout(row);
+        line->setContentsMargins({});
+        line->setSpacing(0);
+        line->addWidget(makeName(format, channel, row));
+        auto* view = new SpectralChannel(channel, row);
+        view->hide();
         view->setTransform(m_transform);
-        view->setMinimumHeight(minRowHeight);
+        view->installEventFilter(this);
+        QSizePolicy policy = view->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        view->setSizePolicy(policy);
         view->setAccessibleName(
             tr("Spectrogram, %1").arg(channelLabel(format.channelsType, format.channelsMask, channel)));
-        row->addWidget(view, 1);
-        rows->addLayout(row, 1);
+        line->addWidget(view, 1);
+        rows->addWidget(row, 1);
         m_channels << view;
     }
+    column->installEventFilter(this);
     // Deletes the rows that were there.
     m_scroll->setWidget(column);
+}
+
+void ChannelsDisplay::showRowsInSight()
+{
+    const QWidget* viewport = m_scroll->viewport();
+    const QWidget* column = m_scroll->widget();
+    // Not laid out yet: all rows would lie upon each other, and all would be in sight.
+    if (!column || !isVisible() || column->height() < column->minimumSizeHint().height())
+        return;
+    column->layout()->activate();
+    for (SpectralChannel* view : qAsConst(m_channels)) {
+        const QWidget* row = view->parentWidget();
+        const QRect place(row->mapTo(viewport, QPoint(0, 0)), row->size());
+        view->setVisible(place.intersects(viewport->rect()));
+    }
+}
+
+bool ChannelsDisplay::eventFilter(QObject* object, QEvent* event)
+{
+    if (event->type() == QEvent::Leave)
+        Q_EMIT pointerLeft();
+    // The column was laid out or moved under the viewport.
+    if (object == m_scroll->widget() &&
+        (event->type() == QEvent::Resize || event->type() == QEvent::Move ||
+         event->type() == QEvent::LayoutRequest || event->type() == QEvent::Show))
+        QMetaObject::invokeMethod(this, &ChannelsDisplay::showRowsInSight, Qt::QueuedConnection);
+    return QWidget::eventFilter(object, event);
 }
 
 bool ChannelsDisplay::isSettled() const
@@ -150,17 +206,26 @@ void ChannelsDisplay::areaEvent(EventId, const Area& area)
 
 void ChannelsDisplay::zoom(QPoint angleDelta)
 {
-    if (m_channels.isEmpty() || !viewgeometry::isVisible(m_viewArea))
-        return;
-    const Area zoomed =
-        viewgeometry::zoomed(m_convert, m_viewArea, std::exp2(angleDelta.x() / -degreesPerOctave),
-                             std::exp2(angleDelta.y() / -degreesPerOctave), {0.5, 0.5});
-    showArea(viewgeometry::limited(m_convert, zoomed, limits()));
+    if (viewgeometry::isVisible(m_viewArea))
+        showArea(exactEdges(viewgeometry::zoomed(m_convert, m_viewArea,
+                                                 std::exp2(angleDelta.x() / -degreesPerOctave),
+                                                 std::exp2(angleDelta.y() / -degreesPerOctave), middle),
+                            limits()));
 }
 
 void ChannelsDisplay::showArea(const Area& area)
 {
-    m_viewArea = viewgeometry::locked(area, m_convert.format.isComplex(), m_lockBottomTo0, m_lockCenterTo0);
+    if (m_channels.isEmpty())
+        return;
+    // A zoom by 1 gives an area that is too small its least size. What fits is taken to the bit, and
+    // not by way of the frequency scale and back.
+    const Area sized = viewgeometry::zoomed(m_convert, area, 1, 1, middle);
+    const Area limit = limits();
+    const bool fits = viewgeometry::isVisible(area) && area.width >= 1 && contains(limit, area);
+    const Area inside = fits ? area : exactEdges(viewgeometry::limited(m_convert, sized, limit), limit);
+    if (!viewgeometry::isVisible(inside))
+        return;
+    m_viewArea = viewgeometry::locked(inside, m_convert.format.isComplex(), m_lockBottomTo0, m_lockCenterTo0);
     postEvent(this, EventId::DisplayAreaChange, m_viewArea, this);
 }
 
@@ -176,8 +241,7 @@ void ChannelsDisplay::zoomOut()
 
 void ChannelsDisplay::zoomFullyOut()
 {
-    if (!m_channels.isEmpty())
-        showArea(limits());
+    showArea(limits());
 }
 
 void ChannelsDisplay::zoomTimeIn()

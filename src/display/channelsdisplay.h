@@ -18,7 +18,8 @@ class SpectralChannel;
 
 // Makes a row of views for each channel of the project in front, with its name beside it, and offers
 // the zoom commands of the keyboard as slots. Rows share the height; where that would leave a row
-// less than `minRowHeight`, the column scrolls. Without a project a hint stands in its place.
+// less than `minRowHeight`, the column scrolls; views that are scrolled out of sight are hidden, so that
+// they cost neither a drawing context nor a texture. Without a project a hint stands in its place.
 //
 // It follows the project by events alone, and posts DisplayAreaChange for every zoom. GUI thread.
 class ChannelsDisplay : public QWidget, public IEvent
@@ -26,7 +27,7 @@ class ChannelsDisplay : public QWidget, public IEvent
     Q_OBJECT
 
 public:
-    static constexpr int minRowHeight = 96; // logical pixels
+    static constexpr int minRowHeight = 64; // logical pixels
 
     explicit ChannelsDisplay(QWidget* parent = nullptr);
     ~ChannelsDisplay() override;
@@ -45,6 +46,10 @@ public:
     void displayEnableEvent(EventId id, const bool& on) override;
     void areaEvent(EventId id, const Area& area) override;
 
+    // Shows an area, cut to the limits and under the rules of the locks, and tells it to everybody.
+    // Nothing happens without a project, or for an area that is not finite.
+    void showArea(const Area& area);
+
 public Q_SLOTS:
     // A step by the angle of a wheel, 120 being one notch, about the middle of the view.
     void zoom(QPoint angleDelta);
@@ -57,10 +62,16 @@ public Q_SLOTS:
     void zoomFreqIn();
     void zoomFreqOut();
 
+Q_SIGNALS:
+    // The pointer is over none of the views any more.
+    void pointerLeft();
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override;
+
 private:
     void buildRows(const SamplingFormat& format);
-    // Takes the area, under the rules of the locks, and tells it to everybody.
-    void showArea(const Area& area);
+    void showRowsInSight();
 
     Convert m_convert;
     std::shared_ptr<const Transform> m_transform; // shared by the views
