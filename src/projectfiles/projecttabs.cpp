@@ -14,6 +14,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSignalBlocker>
+#include <QToolButton>
 #include <QVariant>
 
 #include <algorithm>
@@ -54,6 +55,13 @@ void addLists(Project& project, const ImportedFile& file, int64_t start)
             project.metadata.insert(it.key(), it.value());
 }
 
+// Navigation may cost the last digits.
+bool isWhole(const Area& area, const Area& whole)
+{
+    constexpr double nearly = 1 - 1e-6;
+    return area.width >= whole.width * nearly && area.height >= whole.height * nearly;
+}
+
 // `layer` stands directly above the active one, or on top.
 void insertLayer(Project& project, const LayerPtr& layer)
 {
@@ -71,7 +79,6 @@ ProjectTabs::ProjectTabs(QWidget* parent)
 {
     setObjectName(QStringLiteral("projects"));
     setAccessibleName(tr("Open projects"));
-    setTabsClosable(true);
     setDocumentMode(true);
     setDrawBase(false);
     setExpanding(false);
@@ -79,7 +86,6 @@ ProjectTabs::ProjectTabs(QWidget* parent)
     setUsesScrollButtons(true);
     setVisible(false);
     connect(this, &QTabBar::currentChanged, this, &ProjectTabs::postCurrent);
-    connect(this, &QTabBar::tabCloseRequested, this, [this](int tab) { close(tab); });
 }
 
 ProjectTabs::~ProjectTabs()
@@ -190,7 +196,7 @@ bool ProjectTabs::importFile(const QString& path, int64_t start)
 {
     const ProjectPtr project = currentProject();
     const ILayerPtr wasActive = project->activeLayer();
-    const bool sawWhole = project->display.displayArea == project->wholeArea();
+    const bool sawWhole = isWhole(project->display.displayArea, project->wholeArea());
     SamplingFormat other; // what the file has, where it does not fit
     LayerPtr added;
     LoadProgress progress(window(), tr("Importing %1...").arg(QFileInfo(path).fileName()));
@@ -309,9 +315,29 @@ void ProjectTabs::addProject(const ProjectPtr& project)
         const QSignalBlocker blocker(this);
         setCurrentIndex(addTab(QString()));
     }
+    setTabButton(currentIndex(), QTabBar::RightSide, makeCloseButton());
     refreshTab(currentIndex());
     setVisible(true);
     postCurrent();
+}
+
+// Not the button that a style draws: its picture would not be sharp on a dense screen.
+QWidget* ProjectTabs::makeCloseButton()
+{
+    auto* button = new QToolButton(this);
+    button->setObjectName(QStringLiteral("closetab"));
+    button->setIcon(QIcon(QStringLiteral(":/icons/close.png")));
+    button->setIconSize(QSize(16, 16));
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::NoFocus);
+    connect(button, &QToolButton::clicked, this, [this, button] {
+        for (int tab = 0; tab < count(); ++tab)
+            if (tabButton(tab, QTabBar::RightSide) == button) {
+                close(tab);
+                return;
+            }
+    });
+    return button;
 }
 
 void ProjectTabs::refreshTab(int tab)

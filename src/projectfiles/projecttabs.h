@@ -90,6 +90,7 @@ private:
     bool importFile(const QString& path, int64_t start);
     bool closeTabsOf(const QString& path);
     void addProject(const ProjectPtr& project);
+    QWidget* makeCloseButton();
     void refreshTab(int tab);
     void postCurrent();
 
