@@ -68,6 +68,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     statusBar()->addWidget(m_status, 1);
     statusBar()->setSizeGripEnabled(false);
     qInfo("Layout and graphic objects initialized");
+    connect(m_display, &ChannelsDisplay::pointerLeft, m_status, &StatusReadout::clearPointer);
     connect(m_tabs, &ProjectTabs::currentProjectChanged, this, &MainWindow::showTabState);
     qInfo("engine objects and connections initialized");
     qInfo("Setting shortcuts and properties");
@@ -102,6 +103,11 @@ void MainWindow::loadPlugins()
     settings.cacheFolder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
     const int count = m_plugins->load(settings);
     qInfo().noquote() << QStringLiteral("%1 Plugins loaded").arg(count);
+}
+
+QList<IFilePlugin*> MainWindow::filePlugins() const
+{
+    return m_plugins->filePlugins();
 }
 
 void MainWindow::buildCentral()
@@ -167,20 +173,12 @@ void MainWindow::actOn(const SessionRecord& record)
     case SessionHeader::AudioApi: // there is no device yet to select one for
         break;
     case SessionHeader::TimeRange:
-        showArea({record.start, m_viewArea.y, record.length, m_viewArea.height});
+        m_display->showArea({record.start, m_viewArea.y, record.length, m_viewArea.height});
         break;
     case SessionHeader::FreqRange:
-        showArea({m_viewArea.x, record.start, m_viewArea.width, record.length});
+        m_display->showArea({m_viewArea.x, record.start, m_viewArea.width, record.length});
         break;
     }
-}
-
-void MainWindow::showArea(const Area& area)
-{
-    if (!m_tabs->currentProject())
-        return;
-    m_viewArea = area;
-    postEvent(this, EventId::DisplayAreaChange, m_viewArea, nullptr);
 }
 
 void MainWindow::toggleFullscreen(bool on)

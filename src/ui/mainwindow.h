@@ -11,6 +11,7 @@
 
 class ActionTable;
 class ChannelsDisplay;
+class IFilePlugin;
 class PluginLoader;
 class ProjectTabs;
 class StatusReadout;
@@ -32,6 +33,7 @@ public:
     [[nodiscard]] ProjectTabs& projectTabs() { return *m_tabs; }
     [[nodiscard]] ChannelsDisplay& channelsDisplay() { return *m_display; }
     [[nodiscard]] ActionTable& actionTable() { return *m_actions; }
+    [[nodiscard]] QList<IFilePlugin*> filePlugins() const;
 
     // How many records of the import queue were acted on, and which of their files did not open.
     [[nodiscard]] int importedRecords() const { return m_importedRecords; }
@@ -61,7 +63,6 @@ private:
     void buildCentral();
     void showTabState();
     void actOn(const SessionRecord& record);
-    void showArea(const Area& area);
 
     bool m_embedded;
     Area m_viewArea;

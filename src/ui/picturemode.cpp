@@ -1,6 +1,7 @@
 #include "ui/picturemode.h"
 
 #include "display/channelsdisplay.h"
+#include "display/spectralchannel.h"
 #include "ui/mainwindow.h"
 #include "ui/widgets/messages.h"
 
@@ -11,6 +12,8 @@
 #include <QRegularExpression>
 #include <QTextDocument>
 #include <QTextDocumentFragment>
+#include <QThread>
+#include <QWindow>
 
 #include <cstdio>
 
@@ -44,21 +47,32 @@ QMessageBox::StandardButton answer(const messages::Box& box)
     return asksAboutFormat(box) ? QMessageBox::Yes : box.defaultButton;
 }
 
-// Runs the event loop until every texture in sight is drawn. A view that was just asked to repaint
-// is outstanding until it has; so the answer must hold over two rounds of events.
+void repaintViews(const ChannelsDisplay& display)
+{
+    for (SpectralChannel* view : display.spectralChannels())
+        if (!view->visibleRegion().isEmpty())
+            view->repaint();
+}
+
+// Runs the event loop until every texture in sight is drawn. A request goes out with a repaint; so
+// nothing must be outstanding behind a repaint of all views, and behind another one that has put the
+// last textures on the screen.
 bool waitForTextures(const MainWindow& window, const ChannelsDisplay& display)
 {
     QElapsedTimer timer;
     timer.start();
+    const QWindow* handle = window.windowHandle();
     for (int quiet = 0; quiet < 2;) {
         if (timer.elapsed() > longest)
             return false;
         QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QCoreApplication::sendPostedEvents();
-        const bool settled = window.isVisible() && display.isSettled();
-        quiet = settled ? quiet + 1 : 0;
-        if (!settled)
-            QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 10);
+        if (!handle->isExposed() || !display.isSettled()) {
+            quiet = 0;
+            QThread::msleep(2);
+            continue;
+        }
+        repaintViews(display);
+        quiet = display.isSettled() ? quiet + 1 : 0;
     }
     return true;
 }

@@ -27,16 +27,16 @@ StatusReadout::StatusReadout(QWidget* parent)
     setObjectName(QStringLiteral("readout"));
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(8, 2, 8, 2);
-    layout->setSpacing(6);
+    layout->setSpacing(5);
     m_document->setObjectName(QStringLiteral("document"));
     m_document->setAccessibleName(tr("Project"));
     m_document->setToolTip(tr("Sampling rate, channels and length of the project"));
     layout->addWidget(m_document);
     layout->addStretch(1);
-    m_channel = addField(tr("Channel"), tr("Channel under the pointer"), QStringLiteral("Low Frequency 2"));
+    m_channel = addField(tr("Channel"), tr("Channel under the pointer"), QStringLiteral("Low Frequency"));
     m_time = addField(tr("Time"), tr("Time under the pointer"), QStringLiteral("00:00:00.000"));
     m_frequency = addField(tr("Frequency"), tr("Frequency under the pointer and the nearest note"),
-                           QStringLiteral("22050.5 Hz  A#10"));
+                           QStringLiteral("22050.5 Hz  A#9"));
     m_level = addField(tr("Level"),
                        tr("Level of the mix in the frame centred at the pointer, at the frequency of the "
                           "pointer; a sinusoid of full scale reads 0 dB"),
@@ -54,7 +54,7 @@ StatusReadout::Field StatusReadout::addField(const QString& caption, const QStri
     field.value->setObjectName(QStringLiteral("value"));
     field.value->setAccessibleName(caption);
     // A width of its own, so that the line stands still while the pointer moves.
-    field.value->setMinimumWidth(fontMetrics().horizontalAdvance(widest) + 12);
+    field.value->setMinimumWidth(fontMetrics().horizontalAdvance(widest) + 4);
     for (QLabel* label : {field.caption, field.value}) {
         label->setToolTip(tip);
         layout()->addWidget(label);
@@ -164,7 +164,7 @@ void StatusReadout::showDocument()
     const Range range = m_layers->range();
     const QStringList parts = {
         tr("%1 Hz").arg(format.sampleRate, 0, 'g', 15),
-        tr("%n channel(s)", nullptr, format.channels),
+        format.channels == 1 ? tr("1 channel") : tr("%1 channels").arg(format.channels),
         withSuffix(m_convert.timeToString(double(range.isEmpty() ? 0 : range.end())), m_convert.timeSuffix()),
     };
     m_document->setText(parts.join(QStringLiteral("  \u00b7  ")));
@@ -188,6 +188,13 @@ void StatusReadout::showPointer()
     m_frequency.value->setText(frequency);
     const double level = levelAt(*m_layers, m_transform, m_mouse.channel, spot.x, spot.y);
     m_level.value->setText(withSuffix(m_convert.powerToString(level), m_convert.powerSuffix()));
+}
+
+void StatusReadout::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    for (const Field& field : {m_channel, m_time, m_frequency, m_level})
+        field.caption->setVisible(width() >= captionWidth);
 }
 
 void StatusReadout::clearPointer()

@@ -38,7 +38,17 @@ public:
     void layerEvent(EventId id, const ILayerPtr& layer) override;
     void mousePositionEvent(EventId id, const MouseEvent& mouse) override;
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+public Q_SLOTS:
+    // Nothing is under the pointer.
+    void clearPointer();
+
 private:
+    // Narrower than this the captions go: the values tell what they are by their units.
+    static constexpr int captionWidth = 780; // logical pixels
+
     struct Field
     {
         QLabel* caption;
@@ -47,7 +57,6 @@ private:
     Field addField(const QString& caption, const QString& tip, const QString& widest);
     void showDocument();
     void showPointer();
-    void clearPointer();
 
     Convert m_convert;
     Transform m_transform;
