@@ -29,6 +29,7 @@
 
 #include <QDebug>
 #include <QDir>
+#include <QFileInfo>
 #include <QFontDatabase>
 #include <QLocale>
 #include <QStandardPaths>
@@ -63,6 +64,7 @@ public:
     void run(MainWindow*& window);
 
 private:
+    QString claimSessionId();
     void openEarlyLog();
     void limitMachine();
     void findParent();
@@ -128,6 +130,20 @@ void StartUp::run(MainWindow*& window)
     createWindow(window);
 }
 
+// The id is the time, so two processes that start in the same millisecond would share a log. The one
+// that creates the early file has the id; the other takes the next.
+QString StartUp::claimSessionId()
+{
+    static_cast<void>(platform::makePrivateFolder(platform::stateFolder()));
+    for (;;) {
+        m_sessionId = logging::newSessionId();
+        const QString path = platform::stateFolder() + QLatin1Char('/') + m_sessionId + QLatin1String(".txt");
+        if (platform::createPrivateFile(path) || !QFileInfo::exists(path))
+            return path;
+        QThread::msleep(1);
+    }
+}
+
 void StartUp::openEarlyLog()
 {
     QStringList arguments;
@@ -136,9 +152,8 @@ void StartUp::openEarlyLog()
     m_early = CommandLine(arguments);
     m_debugLines = m_early.has("-debug");
     logging::install();
-    m_sessionId = logging::newSessionId();
-    if (!logging::open(platform::stateFolder() + QLatin1Char('/') + m_sessionId + QLatin1String(".txt"),
-                       m_debugLines))
+    const QString path = claimSessionId();
+    if (!logging::open(path, m_debugLines))
         qWarning().noquote() << "no log file in" << platform::stateFolder();
     qInfo().noquote() << arguments.join(QLatin1Char(' ')) + QLatin1Char(' ');
 }

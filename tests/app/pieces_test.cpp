@@ -16,6 +16,7 @@
 #include <QKeyEvent>
 #include <QRegularExpression>
 #include <QSurfaceFormat>
+#include <QTranslator>
 
 namespace {
 
@@ -62,6 +63,18 @@ TEST(Language, oneThatIsNotThereLeavesEnglishWithoutAWord)
 {
     for (const char* name : {"", "xx", "en", "/no/such/file.qm"})
         installTranslations(QString::fromLatin1(name));
+    EXPECT_EQ(QCoreApplication::translate("start", "Error creating log file"),
+              QStringLiteral("Error creating log file"));
+}
+
+TEST(Language, aTranslationFileIsInstalledWhateverTheCaseOfItsEnding)
+{
+    const QString copy = testsupport::makeFolder() + QStringLiteral("/Words.QM");
+    ASSERT_TRUE(QFile::copy(QStringLiteral(MORVANE_TEST_QM), copy));
+    installTranslations(copy);
+    EXPECT_EQ(QCoreApplication::translate("start", "Error creating log file"),
+              QStringLiteral("Die Protokolldatei fehlt"));
+    qDeleteAll(qApp->findChildren<QTranslator*>()); // for the tests behind this one
     EXPECT_EQ(QCoreApplication::translate("start", "Error creating log file"),
               QStringLiteral("Error creating log file"));
 }

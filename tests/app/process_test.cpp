@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -244,6 +245,26 @@ TEST_F(ProcessTest, aSecondStartHandsItsFilesOverAndLeavesASmallLog)
     EXPECT_EQ(records.records[0].startSample, 7);
     EXPECT_EQ(logFiles().size(), 26) << "it does not prune";
     EXPECT_LT(newestLog().size(), 5000);
+}
+
+TEST_F(ProcessTest, startsInTheSameMillisecondKeepTheirOwnLogs)
+{
+    Session session(homes + QStringLiteral("/RUNTIME_DIR/mvp6srv"));
+    std::vector<std::unique_ptr<QProcess>> starts;
+    for (int i = 0; i < 8; ++i) {
+        starts.push_back(std::make_unique<QProcess>());
+        starts.back()->setProcessEnvironment(environment);
+        starts.back()->setProcessChannelMode(QProcess::MergedChannels);
+        starts.back()->start(program, {recording()});
+    }
+    for (const auto& process : starts) {
+        EXPECT_TRUE(testsupport::waitFor([&] { return process->state() == QProcess::NotRunning; }, 60000));
+        EXPECT_EQ(process->exitCode(), 0);
+        EXPECT_FALSE(process->readAll().contains("CRITICAL"));
+    }
+    EXPECT_EQ(logFiles().size(), 8);
+    EXPECT_TRUE(
+        testsupport::waitFor([&] { return readSessionRecords(session.received).records.size() == 8; }));
 }
 
 TEST_F(ProcessTest, aStaleSocketDoesNotStandInTheWay)
