@@ -21,6 +21,7 @@ ProgressBox::ProgressBox(QWidget* parent, const QString& text)
     m_dialog->setAutoReset(false);
     m_dialog->setAutoClose(false);
     m_dialog->setValue(0);
+    m_dialog->show(); // by itself it would wait for the second value
     m_sinceShown.start();
 }
 
