@@ -59,9 +59,10 @@ SamplingFormat audioFormat(double rate, int channels, uint64_t mask)
     SamplingFormat format;
     format.sampleRate = rate;
     format.channels = channels;
-    format.channelsMask = mask != 0      ? mask
-                          : channels < 9 ? usual[channels]
-                                         : (channels == 64 ? ~uint64_t(0) : (uint64_t(1) << channels) - 1);
+    format.channelsMask = mask != 0       ? mask
+                          : channels < 9  ? usual[channels]
+                          : channels < 64 ? (uint64_t(1) << channels) - 1
+                                          : ~uint64_t(0);
     return format;
 }
 

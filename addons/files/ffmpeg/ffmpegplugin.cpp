@@ -31,8 +31,8 @@ const char* const filters[] = {
     "Lossless audio (*.wv *.ape *.tta *.tak)",
     "Dolby and DTS (*.ac3 *.eac3 *.dts)",
     "AMR (*.amr)",
-    "Video (*.mp4 *.m4v *.mov *.mkv *.mka *.webm *.avi *.wmv *.flv *.mpg *.mpeg *.ts *.m2ts *.vob *.ogv "
-    "*.3gp)",
+    "Video (*.mp4 *.m4v *.mov *.mkv *.mka *.webm *.avi *.wmv *.flv *.3gp)",
+    "MPEG video (*.mpg *.mpeg *.ts *.m2ts *.vob *.ogv)",
 };
 
 // Moves what the decoding thread makes into the sink. True when the sink took all of it.
