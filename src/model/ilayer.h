@@ -136,7 +136,8 @@ public:
     virtual void cropTo(Range range) = 0;
     virtual void copyFromLayer(const ILayerPtr& source, Range range, bool withProperties) = 0;
     virtual void assignFromLayer(const ILayerPtr& source, bool withProperties) = 0;
-    // A new layer with the intersection of `range` and the data; `range` becomes that.
+    // A new layer with the intersection of `range` and the data; `range` becomes that. Copies and
+    // clones are null when there is no room for their samples.
     virtual LayerPtr copy(Range& range, bool withBackup) const = 0;
     virtual LayerPtr clone(bool withBackup) const = 0;
     virtual void replaceByLayer(const ILayerPtr& source, float gain, bool overwrite) = 0;

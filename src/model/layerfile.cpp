@@ -4,21 +4,13 @@
 
 #include <algorithm>
 
-#include <QCoreApplication>
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
-#include <QVariant>
 
 namespace {
 
 constexpr qint64 copyChunk = 1 << 20; // bytes
-
-QString sessionFolder()
-{
-    const QCoreApplication* application = QCoreApplication::instance();
-    return application ? application->property("sessionpath").toString() : QString();
-}
 
 std::unique_ptr<SessionFile> copyOf(const QString& path, QString* cause)
 {
@@ -29,7 +21,7 @@ std::unique_ptr<SessionFile> copyOf(const QString& path, QString* cause)
         return nullptr;
     }
     const qint64 size = source.size();
-    std::unique_ptr<SessionFile> target = SessionFile::create(sessionFolder(), size);
+    std::unique_ptr<SessionFile> target = SessionFile::create(SampleStore::sessionFolder(), size);
     if (!target) {
         *cause = SessionFile::lastError();
         return nullptr;
@@ -56,7 +48,7 @@ LayerPtr Layer::fromFile(const SamplingFormat& format, const LayerHeader& header
         std::unique_ptr<SessionFile> file;
         if (copyFile)
             file = copyOf(path, &cause);
-        else if (!(file = SessionFile::adopt(sessionFolder(), path)))
+        else if (!(file = SessionFile::adopt(SampleStore::sessionFolder(), path)))
             cause = SessionFile::lastError();
         if (!file || !layer->m_store.adopt(std::move(file)))
             qWarning().noquote() << "Sample file" << path << "cannot be used:" << cause;

@@ -19,12 +19,6 @@ constexpr int64_t maxReserve = 256LL << 20;
 
 constexpr int64_t copyChunk = 32768; // floats that stay in the cache on their way
 
-QString sessionFolder()
-{
-    const QCoreApplication* application = QCoreApplication::instance();
-    return application ? application->property("sessionpath").toString() : QString();
-}
-
 // Saturated: a size that no disk has is refused like any other that is too large.
 int64_t bytesOf(int64_t frames, int64_t frameBytes)
 {
@@ -33,6 +27,12 @@ int64_t bytesOf(int64_t frames, int64_t frameBytes)
 }
 
 } // namespace
+
+QString SampleStore::sessionFolder()
+{
+    const QCoreApplication* application = QCoreApplication::instance();
+    return application ? application->property("sessionpath").toString() : QString();
+}
 
 SampleStore::SampleStore(const SamplingFormat& format, int64_t start) : m_format(format), m_start(start) {}
 

@@ -29,6 +29,9 @@ class SessionFile;
 class SampleStore
 {
 public:
+    // Where sample files lie: the application's property "sessionpath". Empty: nothing can be stored.
+    [[nodiscard]] static QString sessionFolder();
+
     explicit SampleStore(const SamplingFormat& format, int64_t start = 0);
     ~SampleStore();
     SampleStore(const SampleStore&) = delete;
