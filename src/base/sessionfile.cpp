@@ -39,7 +39,7 @@ QString tr(const char* text)
 
 QString inMegabytes(int64_t bytes)
 {
-    return QString::number((bytes + (1 << 20) - 1) >> 20);
+    return QString::number((bytes >> 20) + ((bytes & ((1 << 20) - 1)) ? 1 : 0)); // rounded up
 }
 
 void setFailure(const QString& place, const QString& cause)

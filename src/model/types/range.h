@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 
 // A span of sample points. With `length` < 1 it is empty and `start` carries no meaning.
 struct Range
@@ -11,8 +12,12 @@ struct Range
     int64_t length = 0;
 
     [[nodiscard]] bool isEmpty() const { return length < 1; }
-    // One past the last sample point.
-    [[nodiscard]] int64_t end() const { return start + length; }
+    // One past the last sample point; as far as numbers go for ranges from hostile hands.
+    [[nodiscard]] int64_t end() const
+    {
+        constexpr int64_t max = std::numeric_limits<int64_t>::max();
+        return start > 0 && length > max - start ? max : start + length;
+    }
     [[nodiscard]] bool contains(const Range& other) const
     {
         return other.isEmpty() || (!isEmpty() && start <= other.start && other.end() <= end());

@@ -21,6 +21,15 @@ TEST(Range, UnionWithAnEmptyRangeIsTheOther)
     EXPECT_EQ((Range{5, 100}.united({20, 1})), (Range{5, 100}));
 }
 
+TEST(Range, EndOfAHostileRangeStopsAtTheLastNumber)
+{
+    constexpr int64_t max = std::numeric_limits<int64_t>::max();
+    EXPECT_EQ((Range{max, max}.end()), max);
+    EXPECT_EQ((Range{5, max}.end()), max);
+    EXPECT_EQ((Range{-max, max}.end()), 0);
+    EXPECT_EQ((Range{0, 100}.intersected({7, max})), (Range{7, 93}));
+}
+
 TEST(Range, IntersectionOfTouchingRangesIsZeroZero)
 {
     EXPECT_EQ((Range{0, 10}.intersected({10, 5})), (Range{0, 0}));
