@@ -446,7 +446,7 @@ TEST(LayerUndoScripts, AroundTheBorderOfTwoBlocks)
 
 TEST(LayerUndoScripts, OverSeveralBlocks)
 {
-    for (uint32_t seed = 20001; seed <= 20030 && !HasFatalFailure(); ++seed)
+    for (uint32_t seed = 20001; seed <= 20012 && !HasFatalFailure(); ++seed)
         playHistory(seed, overBlocks);
 }
 

@@ -9,8 +9,8 @@
 
 #include <sys/resource.h>
 
+#include <QCoreApplication>
 #include <QDir>
-#include <QGuiApplication>
 #include <QStorageInfo>
 #include <QTemporaryDir>
 #include <QVariant>
@@ -22,12 +22,10 @@ class Application : public testing::Environment
 {
     void SetUp() override
     {
-        static int count = 3;
+        static int count = 1;
         static char name[] = "model";
-        static char option[] = "-platform";
-        static char platform[] = "offscreen";
-        static char* arguments[] = {name, option, platform, nullptr};
-        m_application = std::make_unique<QGuiApplication>(count, arguments);
+        static char* arguments[] = {name, nullptr};
+        m_application = std::make_unique<QCoreApplication>(count, arguments);
         // Thousands of little files: in memory where there is room for that, as a disk under load
         // takes milliseconds for each.
         constexpr qint64 enough = 1LL << 30;
@@ -43,7 +41,7 @@ class Application : public testing::Environment
         m_folder.reset();
     }
 
-    std::unique_ptr<QGuiApplication> m_application;
+    std::unique_ptr<QCoreApplication> m_application;
     std::unique_ptr<QTemporaryDir> m_folder;
 };
 [[maybe_unused]] const auto* application = testing::AddGlobalTestEnvironment(new Application);
