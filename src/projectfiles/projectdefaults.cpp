@@ -26,10 +26,10 @@ QString word(const char* key)
     return property(key).toString();
 }
 
-float number(const char* key, float lowest, float highest)
+float number(const char* key, float lowest, float highest, float fallback)
 {
     const float value = property(key).toFloat();
-    return std::isfinite(value) ? std::clamp(value, lowest, highest) : lowest;
+    return std::isfinite(value) ? std::clamp(value, lowest, highest) : fallback;
 }
 
 int32_t count(const char* key, int32_t lowest, int32_t highest)
@@ -59,14 +59,18 @@ DisplaySettings defaultDisplay()
     display.snapEnable = flag("defaultsnapenable");
     display.composite = flag("defaultcomposite");
     display.targetActive = flag("defaulttargetactive");
-    display.lowDb = number("defaultlowdb", -300, 300);
-    display.highDb = number("defaulthighdb", -300, 300);
-    display.gamma = number("defaultgamma", 0.01f, 100);
-    display.selectionOpacity = number("defaultselectionopacity", 0, 1);
-    display.timeSharpen = number("defaultsharpening", 0, 1);
+    display.lowDb = number("defaultlowdb", -300, 300, display.lowDb);
+    display.highDb = number("defaulthighdb", -300, 300, display.highDb);
+    if (display.highDb <= display.lowDb) {
+        display.lowDb = DisplaySettings().lowDb;
+        display.highDb = DisplaySettings().highDb;
+    }
+    display.gamma = number("defaultgamma", 0.01f, 100, display.gamma);
+    display.selectionOpacity = number("defaultselectionopacity", 0, 1, display.selectionOpacity);
+    display.timeSharpen = number("defaultsharpening", 0, 1, 0);
     display.freqSharpen = display.timeSharpen;
     display.colormap = colormapFromString(word("defaultcolormap"));
-    display.splitterRatio = number("waveformdisplay", 0, 1);
+    display.splitterRatio = number("waveformdisplay", 0, 1, display.splitterRatio);
     return display;
 }
 

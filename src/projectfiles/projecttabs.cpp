@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QSignalBlocker>
 #include <QToolButton>
@@ -54,6 +55,24 @@ void addLists(Project& project, const ImportedFile& file, int64_t start)
         if (!project.metadata.contains(it.key()))
             project.metadata.insert(it.key(), it.value());
 }
+
+// How often a growing layer is drawn anew: each time costs a whole picture, on the cores that decode.
+class Pace
+{
+public:
+    Pace() { m_timer.start(); }
+    bool isDue()
+    {
+        if (m_timer.elapsed() < interval)
+            return false;
+        m_timer.restart();
+        return true;
+    }
+
+private:
+    static constexpr int interval = 300; // ms
+    QElapsedTimer m_timer;
+};
 
 // Navigation may cost the last digits.
 bool isWhole(const Area& area, const Area& whole)
@@ -148,7 +167,10 @@ ProjectPtr ProjectTabs::load(const QString& path, int64_t start)
         m_loading = project;
         postProject(*project, this);
     };
+    Pace pace;
     callbacks.grown = [&](const LayerPtr& layer) {
+        if (!pace.isDue())
+            return;
         project->display.displayArea = project->wholeArea();
         postEvent(this, EventId::LayerContentUpdate, ILayerPtr(layer), this);
         postEvent(this, EventId::DisplayAreaChange, project->display.displayArea, this);
@@ -213,8 +235,9 @@ bool ProjectTabs::importFile(const QString& path, int64_t start)
         added = layer;
         postCurrent();
     };
+    Pace pace;
     callbacks.grown = [&](const LayerPtr& layer) {
-        if (!added)
+        if (!added || !pace.isDue())
             return;
         postEvent(this, EventId::LayerContentUpdate, ILayerPtr(layer), this);
         if (!sawWhole)
@@ -241,6 +264,8 @@ bool ProjectTabs::importFile(const QString& path, int64_t start)
     }
     added->startBackup();
     addLists(*project, file, start);
+    if (sawWhole)
+        project->display.displayArea = project->wholeArea();
     project->modified = true;
     HistoryEntry entry;
     entry.name = QStringLiteral("Import");
