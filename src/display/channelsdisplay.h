@@ -27,7 +27,7 @@ class ChannelsDisplay : public QWidget, public IEvent
     Q_OBJECT
 
 public:
-    static constexpr int minRowHeight = 64; // logical pixels
+    static constexpr int minRowHeight = 60; // logical pixels
 
     explicit ChannelsDisplay(QWidget* parent = nullptr);
     ~ChannelsDisplay() override;
