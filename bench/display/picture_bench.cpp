@@ -1,5 +1,8 @@
 // What a picture costs, as ratios to the bare transforms that it needs, in the same run: medians of
-// repeated runs taken in turn, on the threads of the pool. Prints a table; needs no display.
+// repeated runs taken in turn, on the threads of the pool, by the wall clock and, for machines with
+// other work to do, by the processor's. Prints a table; needs no display.
+//
+// usage: picture_bench [runs [part of a name]]; "ten hours" needs 7 GB of disk.
 #include "base/denormals.h"
 #include "base/parallel.h"
 #include "display/spectralrenderer.h"
@@ -13,8 +16,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <ctime>
 #include <functional>
 #include <random>
+#include <string>
 
 namespace {
 
@@ -29,46 +35,77 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-double seconds(const std::function<void()>& work)
+// Both clocks of repeated runs of one thing, in seconds.
+struct Clocks
 {
-    QElapsedTimer timer;
-    timer.start();
-    work();
-    return double(timer.nsecsElapsed()) * 1e-9;
-}
+    std::vector<double> wall;
+    std::vector<double> processor;
 
-// A layer of quiet noise. Far longer ones are mostly holes of the disk, read as zeros, with noise
-// wherever a column of the picture reads.
-LayerPtr noiseLayer(int64_t length, float amplitude)
+    void run(const std::function<void()>& work)
+    {
+        const double before = processorTime();
+        QElapsedTimer timer;
+        timer.start();
+        work();
+        wall.push_back(double(timer.nsecsElapsed()) * 1e-9);
+        processor.push_back(processorTime() - before);
+    }
+    // Of all threads.
+    static double processorTime()
+    {
+        timespec now{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+        return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
+    }
+};
+
+const SamplingFormat mono{SampleTypeReal, rate, ChannelsTypeAudio, 1, 4};
+
+// A layer of `length` samples, the same second over and over.
+LayerPtr layerOf(const std::vector<float>& second, int64_t length)
 {
-    const SamplingFormat format{SampleTypeReal, rate, ChannelsTypeAudio, 1, 4};
-    LayerPtr layer = Layer::create(format, {}, 0, false);
-    std::mt19937 random(7);
-    std::uniform_real_distribution<float> sample(-amplitude, amplitude);
-    std::vector<float> block(std::size_t(1) << 20);
-    for (float& s : block)
-        s = sample(random);
-    for (int64_t at = 0; at < length; at += int64_t(block.size()))
-        if (!layer->append(block.data(), std::min<int64_t>(int64_t(block.size()), length - at)))
+    LayerPtr layer = Layer::create(mono, {}, 0, false);
+    for (int64_t at = 0; at < length; at += int64_t(second.size()))
+        if (!layer->append(second.data(), std::min<int64_t>(int64_t(second.size()), length - at)))
             std::abort();
     layer->finishAppend();
     return layer;
 }
 
+LayerPtr noiseLayer(int64_t length)
+{
+    std::mt19937 random(7);
+    std::uniform_real_distribution<float> sample(-0.5f, 0.5f);
+    std::vector<float> second(rate);
+    for (float& s : second)
+        s = sample(random);
+    return layerOf(second, length);
+}
+
+// Every bit pattern below the smallest normal number, as arithmetic would not make them here.
+LayerPtr denormalLayer(int64_t length)
+{
+    std::mt19937 random(7);
+    std::vector<float> second(rate);
+    for (float& s : second) {
+        const uint32_t bits = (random() & 0x807fffffU) | 1;
+        std::memcpy(&s, &bits, sizeof s);
+    }
+    return layerOf(second, length);
+}
+
 // As many bare transforms as a picture needs, on the same threads, each thread with buffers of its
 // own that stay in the cache.
-double bareTransforms(const Transform& settings, int64_t count)
+void bareTransforms(const Transform& settings, int64_t count)
 {
     constexpr int64_t chunk = 16;
-    return seconds([&] {
-        parallelFor(count / chunk, [&](int64_t) {
-            thread_local ArrayTemplate<float> frame;
-            thread_local ArrayTemplate<Complex> spectrum;
-            frame.resize(settings.dftLength());
-            spectrum.resize(settings.bins());
-            for (int64_t i = 0; i < chunk; ++i)
-                settings.forward(frame.data(), spectrum.data());
-        });
+    parallelFor(count / chunk, [&](int64_t) {
+        thread_local ArrayTemplate<float> frame;
+        thread_local ArrayTemplate<Complex> spectrum;
+        frame.resize(settings.dftLength());
+        spectrum.resize(settings.bins());
+        for (int64_t i = 0; i < chunk; ++i)
+            settings.forward(frame.data(), spectrum.data());
     });
 }
 
@@ -88,9 +125,9 @@ TextureRequest requestFor(const Area& area, const std::shared_ptr<const Transfor
 
 struct Times
 {
-    std::vector<double> bare;
-    std::vector<double> whole;
-    std::vector<double> pan;
+    Clocks bare;
+    Clocks whole;
+    Clocks pan;
 };
 
 // Whole pictures and pans of one view. Every whole picture starts half a column further on, on a grid of
@@ -102,25 +139,29 @@ Times measure(SpectralRenderer& renderer, const std::shared_ptr<const Transform>
     const int64_t transforms = int64_t(columns) * (sharpen > 0 ? 3 : 1);
     double width = length * 0.8;
     for (int i = 0; i < runs; ++i) {
-        times.bare.push_back(bareTransforms(*settings, transforms));
+        times.bare.run([&] { bareTransforms(*settings, transforms); });
         width *= 1.0001; // another step
         Area area{0, 0, width, rate / 2.0};
-        times.whole.push_back(
-            seconds([&] { (void)renderer.render(requestFor(area, settings, sharpen), false, notCancelled); }));
+        times.whole.run(
+            [&] { (void)renderer.render(requestFor(area, settings, sharpen), false, notCancelled); });
         area.x += width / 10;
-        times.pan.push_back(
-            seconds([&] { (void)renderer.render(requestFor(area, settings, sharpen), false, notCancelled); }));
+        times.pan.run(
+            [&] { (void)renderer.render(requestFor(area, settings, sharpen), false, notCancelled); });
     }
     return times;
 }
 
 void report(const char* name, const Times& times)
 {
-    const double bare = median(times.bare);
-    const double whole = median(times.whole);
-    const double pan = median(times.pan);
-    std::printf("%-34s bare %6.2f ms  whole %6.2f ms  whole/bare %5.2f  pan/whole %5.2f\n", name, bare * 1e3,
-                whole * 1e3, whole / bare, pan / whole);
+    const auto line = [](const char* clock, const std::vector<double>& bare, const std::vector<double>& whole,
+                         const std::vector<double>& pan) {
+        const double picture = median(whole);
+        std::printf("    %-9s bare %6.2f ms  whole %6.2f ms  whole/bare %5.2f  pan/whole %5.2f\n", clock,
+                    median(bare) * 1e3, picture * 1e3, picture / median(bare), median(pan) / picture);
+    };
+    std::printf("%s\n", name);
+    line("wall", times.bare.wall, times.whole.wall, times.pan.wall);
+    line("processor", times.bare.processor, times.whole.processor, times.pan.processor);
     std::fflush(stdout);
 }
 
@@ -139,25 +180,28 @@ int main(int argc, char** argv)
     const auto settings =
         std::make_shared<const Transform>(SampleTypeReal, WindowType::BlackmanHarris, 2048, 8, 2);
     const int64_t minute = int64_t(rate) * 60;
-    const LayerPtr noise = noiseLayer(minute, 0.5f);
-    const LayerPtr denormal = noiseLayer(minute, 1e-39f);
+    const std::string only = argc > 2 ? argv[2] : "";
+    const auto wanted = [&only](const char* name) { return std::string(name).find(only) != std::string::npos; };
     const auto run = [&](const char* name, const LayerPtr& layer, double length, float sharpen) {
+        if (!wanted(name))
+            return 0.0;
         SpectralRenderer renderer(layer, 0, 8192);
         (void)measure(renderer, settings, length, sharpen, 2); // fresh memory
         const Times times = measure(renderer, settings, length, sharpen, runs);
         report(name, times);
-        return median(times.whole);
+        return median(times.whole.processor);
     };
-    const double normal = run("one minute", noise, double(minute), 0);
-    run("one minute, refined", noise, double(minute), 0.5f);
-    run("five seconds (interpolated)", noise, 5.0 * rate, 0);
-    const double tail = run("one minute of denormal samples", denormal, double(minute), 0);
-    std::printf("denormal / normal %.2f\n", tail / normal);
-    if (argc > 2)
+    const LayerPtr noise = noiseLayer(minute);
+    const double normal = run("a minute", noise, double(minute), 0);
+    run("a minute refined", noise, double(minute), 0.5f);
+    run("five seconds", noise, 5.0 * rate, 0);
+    const double tail = run("a minute of denormal samples", denormalLayer(minute), double(minute), 0);
+    std::printf("denormal / normal (processor) %.2f\n", tail / normal);
+    if (!wanted("ten hours"))
         return 0;
-    const LayerPtr hours = noiseLayer(minute * 600, 0.5f);
+    const LayerPtr hours = noiseLayer(minute * 600);
     const double far = run("ten hours", hours, double(minute) * 600, 0);
-    std::printf("ten hours / one minute %.2f\n", far / normal);
-    run("ten hours, refined", hours, double(minute) * 600, 0.5f);
+    std::printf("ten hours / a minute (processor) %.2f\n", far / normal);
+    run("ten hours refined", hours, double(minute) * 600, 0.5f);
     return 0;
 }

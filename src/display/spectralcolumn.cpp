@@ -47,16 +47,20 @@ bool prepareShifts(ArrayTemplate<float>& shifts, float factor, int64_t bins)
     return missing;
 }
 
-template<class T>
-bool equalBits(const T& a, const T& b)
-{
-    return a.size() == b.size() && (a.isEmpty() || std::memcmp(a.data(), b.data(), a.bytes()) == 0);
-}
-
 } // namespace
 
 template<class T>
-bool SpectralTextureTransform<T>::run(const ColumnContext& context)
+const float* SpectralTextureTransform<T>::readSamples(const ColumnContext& context) const
+{
+    T& samples = scratch<T>().samples;
+    samples.resize(context.settings->frameSize);
+    auto* data = reinterpret_cast<float*>(samples.data());
+    context.layer->read(data, {m_position, samples.size()}, context.channel, true, true);
+    return data;
+}
+
+template<class T>
+bool SpectralTextureTransform<T>::run(const ColumnContext& context, const float* samples)
 {
     const Transform& settings = *context.settings;
     const int64_t bins = settings.bins();
@@ -68,15 +72,16 @@ bool SpectralTextureTransform<T>::run(const ColumnContext& context)
     if (frame.intersected(context.layerRange).isEmpty())
         return silence() || resized;
 
-    T& samples = scratch<T>().samples;
-    samples.resize(settings.frameSize);
-    context.layer->read(reinterpret_cast<float*>(samples.data()), frame, context.channel, true, true);
-    if (!m_silent && !needTime && !needFreq && sameSettings(m_snapshot, settings) &&
-        equalBits(samples, m_samples))
+    if (!samples)
+        samples = readSamples(context);
+    if (!m_moved && !m_silent && !needTime && !needFreq && sameSettings(m_snapshot, settings) &&
+        std::memcmp(samples, m_samples.data(), m_samples.bytes()) == 0)
         return false;
+    m_moved = false;
     m_silent = false;
     m_snapshot = settings;
-    samples.swap(m_samples);
+    m_samples.resize(settings.frameSize);
+    std::memcpy(static_cast<void*>(m_samples.data()), samples, m_samples.bytes());
     transform(context);
     return true;
 }

@@ -28,8 +28,9 @@ class ISpectralTextureTransform
 public:
     // Pool thread. Brings the spectrum up to date with the layer: reads the samples, and when they
     // and the settings are those of the last run, leaves it there. Answers whether anything changed.
-    // No allocation once the sizes have settled.
-    virtual bool run(const ColumnContext& context) = 0;
+    // No allocation once the sizes have settled. `samples`, if not null, are those of the frame, read
+    // already.
+    virtual bool run(const ColumnContext& context, const float* samples = nullptr) = 0;
     virtual ~ISpectralTextureTransform() = default;
     // bins() values |X[k]|, k from 0 to M / 2 (real) or in the order of the complex transform. A
     // full-scale sinusoid reads 1.
@@ -49,19 +50,25 @@ template<class T>
 class SpectralTextureTransform : public ISpectralTextureTransform
 {
 public:
-    bool run(const ColumnContext& context) override;
+    bool run(const ColumnContext& context, const float* samples) override;
     [[nodiscard]] const ArrayTemplate<float>& magnitudes() const override { return m_magnitudes; }
     [[nodiscard]] const ArrayTemplate<float>& timeShifts() const override { return m_timeShifts; }
     [[nodiscard]] const ArrayTemplate<float>& freqShifts() const override { return m_freqShifts; }
-    void place(int64_t position) override { m_position = position; }
+    void place(int64_t position) override
+    {
+        m_moved |= position != m_position;
+        m_position = position;
+    }
 
 private:
     bool silence();
+    [[nodiscard]] const float* readSamples(const ColumnContext& context) const;
     void transform(const ColumnContext& context);
 
     int64_t m_position = 0; // first sample of the frame
     // The settings that the arrays were made with; the initial ones match no real settings.
     TransformSettings m_snapshot;
+    bool m_moved = true;   // nothing here is of the present position
     bool m_silent = false; // all arrays are zero because the frame missed the layer
     T m_samples;
     ArrayTemplate<float> m_magnitudes;

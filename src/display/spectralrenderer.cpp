@@ -167,21 +167,50 @@ void SpectralRenderer::project(Job& job)
     parallelFor(chunks, [this, &job](int64_t chunk) { runChunk(job, chunk); });
 }
 
+// The samples of all columns of a chunk that must run, in one read, where their frames overlap or
+// nearly so; `first` is where they begin. Null where single reads cost less.
+const float* SpectralRenderer::readSpan(Job& job, const Range& columns, int64_t& first) const
+{
+    const auto begin = m_run.begin() + columns.start;
+    const auto end = m_run.begin() + columns.end();
+    const int64_t running = std::count(begin, end, 1);
+    if (running < 2)
+        return nullptr;
+    const int64_t before = std::find(begin, end, 1) - m_run.begin();
+    const int64_t after = m_run.rend() - std::find(std::make_reverse_iterator(end), m_run.rend(), 1);
+    const int64_t size = job.context.settings->frameSize;
+    first = job.grid.key(job.grid.firstColumn + before) - size / 2;
+    const int64_t length = job.grid.key(job.grid.firstColumn + after - 1) - size / 2 + size - first;
+    if (length > running * size)
+        return nullptr;
+    thread_local ArrayTemplate<float> samples;
+    const int64_t floats = length * job.context.settings->sampleType;
+    if (samples.size() < floats)
+        samples.resize(floats);
+    job.context.layer->read(samples.data(), {first, length}, m_channel, true, true);
+    return samples.data();
+}
+
 void SpectralRenderer::runChunk(Job& job, int64_t chunk)
 {
     const Range columns = chunkRange(chunk, job.grid.columnCount);
+    const TransformSettings& settings = *job.context.settings;
     const bool refined = job.context.refined();
+    // The first column of a refined chunk has run.
+    const int64_t done = refined ? 1 : 0;
+    int64_t first = 0;
+    const float* span = readSpan(job, {columns.start + done, columns.length - done}, first);
     for (int64_t i = columns.start; i < columns.end(); ++i) {
         if (job.cancel)
             return;
-        // While both are in the cache: a column is projected as soon as its neighbour is there.
+        const int64_t position = job.grid.key(job.grid.firstColumn + i) - settings.frameSize / 2;
+        const float* samples = span ? span + settings.sampleType * (position - first) : nullptr;
+        // While all is in the cache: a column is projected as soon as it, or its neighbour, is there.
         if (!refined) {
-            runColumn(job, i);
+            runColumn(job, i, samples);
             projectColumn(job, i);
-            continue;
-        }
-        if (i > columns.start) {
-            runColumn(job, i);
+        } else if (i > columns.start) {
+            runColumn(job, i, samples);
             projectColumn(job, i - 1);
         }
     }
@@ -189,10 +218,10 @@ void SpectralRenderer::runChunk(Job& job, int64_t chunk)
         projectColumn(job, columns.end() - 1);
 }
 
-void SpectralRenderer::runColumn(Job& job, int64_t column)
+void SpectralRenderer::runColumn(Job& job, int64_t column, const float* samples)
 {
     if (m_run[std::size_t(column)])
-        m_changed[std::size_t(column)] = m_ring.at(job.grid.firstColumn + column).run(job.context);
+        m_changed[std::size_t(column)] = m_ring.at(job.grid.firstColumn + column).run(job.context, samples);
 }
 
 bool SpectralRenderer::keepsRows(const Job& job, int64_t column) const
@@ -217,7 +246,8 @@ void SpectralRenderer::projectColumn(Job& job, int64_t column)
     if (job.grid.columnCount > 1)
         neighbour = &m_ring.at(last ? at - 1 : at + 1);
     const auto step = float(last ? -job.grid.step : job.grid.step);
-    SpectralTextureProject(job.context, m_convert, step, m_ring.at(at), neighbour).run(job.rowsOf(column));
+    const SpectralTextureProject project(job.context, m_convert, step, m_ring.at(at), neighbour);
+    project.run(job.rowsOf(column));
 }
 
 void SpectralRenderer::scatter(Job& job)

@@ -62,7 +62,8 @@ private:
     void prepareProjection(const TextureRequest& request, const TextureGrid& grid);
     void project(Job& job);
     void runChunk(Job& job, int64_t chunk);
-    void runColumn(Job& job, int64_t column);
+    [[nodiscard]] const float* readSpan(Job& job, const Range& columns, int64_t& first) const;
+    void runColumn(Job& job, int64_t column, const float* samples = nullptr);
     void projectColumn(Job& job, int64_t column);
     [[nodiscard]] bool keepsRows(const Job& job, int64_t column) const;
     void interpolate(Job& job);
