@@ -181,7 +181,9 @@ int main(int argc, char** argv)
         std::make_shared<const Transform>(SampleTypeReal, WindowType::BlackmanHarris, 2048, 8, 2);
     const int64_t minute = int64_t(rate) * 60;
     const std::string only = argc > 2 ? argv[2] : "";
-    const auto wanted = [&only](const char* name) { return std::string(name).find(only) != std::string::npos; };
+    const auto wanted = [&only](const char* name) {
+        return std::string(name).find(only) != std::string::npos;
+    };
     const auto run = [&](const char* name, const LayerPtr& layer, double length, float sharpen) {
         if (!wanted(name))
             return 0.0;

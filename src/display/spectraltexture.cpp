@@ -20,7 +20,8 @@ constexpr int columnReserve = 256;
 int maxTexSizeProperty()
 {
     const int size = QCoreApplication::instance()->property("maxtexsize").toInt();
-    return size > columnReserve ? size : defaultMaxTexSize;
+    const bool powerOfTwo = size > 0 && (size & (size - 1)) == 0;
+    return powerOfTwo && size > columnReserve ? size : defaultMaxTexSize;
 }
 
 // Moving energy instead of masking it is asked for by the three keys together.

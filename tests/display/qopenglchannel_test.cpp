@@ -320,6 +320,42 @@ TEST_F(Drawing, aFlatWaveformCoversOnePixel)
     }
 }
 
+// The same shader texts serve OpenGL ES 3.0.
+TEST(EmbeddedSystems, everyProgramLinksInAContextOfOpenGLES)
+{
+    // QOpenGLTexture asks this context for a state that only desktop OpenGL has; the textures are right
+    // all the same, as the picture shows.
+    testsupport::expectWarning(QStringLiteral("GL_INVALID_ENUM (control initialized)"));
+    testsupport::expectWarning(QStringLiteral("GL_INVALID_ENUM (colormaps initialized)"));
+    ProbeChannel view;
+    view.resize(64, 64);
+    QSurfaceFormat format;
+    format.setRenderableType(QSurfaceFormat::OpenGLES);
+    format.setVersion(3, 0);
+    view.setFormat(format);
+    view.show();
+    ASSERT_TRUE(testsupport::waitFor([&view] { return view.initialized == 1; }));
+    view.makeCurrent();
+    ASSERT_TRUE(QOpenGLContext::currentContext()->isOpenGLES());
+    EXPECT_EQ(view.loadShader(QStringLiteral(":/shaders/none.frag")),
+              "#version 300 es\nprecision highp float;\nprecision highp int;\n");
+    view.doneCurrent();
+    for (const QOpenGLShaderProgram* program :
+         {view.m_colorProgram, view.m_selectionProgram, view.m_textureProgram, view.m_powerProgram,
+          view.m_waveformProgram, view.m_power64Program, view.m_power128Program})
+        EXPECT_TRUE(program->isLinked());
+    view.onPaint = [](ProbeChannel& probe) {
+        probe.m_textureProgram->bind();
+        probe.m_textureProgram->setUniformValue("tex", 0);
+        probe.m_textureProgram->setUniformValue("color", QColor(Qt::white));
+        probe.m_colormapTextures[9]->bind(0);
+        probe.drawQuad(*probe.m_textureProgram, unitSquare(), wholeView, wholeView);
+    };
+    const QImage image = view.grabFramebuffer();
+    for (const int x : {0, 20, 40, 63})
+        EXPECT_NEAR(image.pixelColor(x, 32).red(), (x + 0.5) / 64 * 255, 3);
+}
+
 // --- life of the context ------------------------------------------------------------------------------
 
 TEST(Context, aLossReleasesOnceAndTheNextContextBuildsAllAgain)

@@ -266,6 +266,25 @@ TEST_F(Texture, aViewThatTakesNothingPilesUpNothing)
     texture.unlockTexQueue();
 }
 
+// A size that is not a power of two is not supported: the default stands in, and nothing is mixed up.
+TEST_F(Texture, aRingThatIsNoPowerOfTwoIsNotTaken)
+{
+    request(wide);
+    const SpectralTextureDataPtr want = waitForPicture();
+    for (const int size : {0, -8192, 100, 5000, 1023}) {
+        qApp->setProperty("maxtexsize", QVariant(size));
+        SpectralTexture other(layer, 0, transformOf(512));
+        other.requestTex(wide, QSize(100, 40), 0, 0, FreqScale::Linear, Filtering::Linear);
+        ASSERT_TRUE(testsupport::waitFor([&other] { return other.renderCount() == 1; }));
+        other.lockTexQueue();
+        const SpectralTextureDataPtr picture = std::move(other.getTexQueue().back());
+        other.unlockTexQueue();
+        ASSERT_EQ(picture->size, want->size);
+        EXPECT_EQ(std::memcmp(picture->data.get(), want->data.get(), 100 * 40 * sizeof(float)), 0);
+    }
+    qApp->setProperty("maxtexsize", QVariant());
+}
+
 TEST_F(Texture, theSignalArrivesOnTheGuiThread)
 {
     QObject receiver;
