@@ -134,7 +134,6 @@ TEST_F(SessionGateTest, ofManyStartsAtOnceOneBecomesTheSessionAndHasAllRecords)
     const QString name = QStringLiteral("many");
     std::atomic<int> sessions{0}, handedOver{0}, ended{0};
     std::unique_ptr<SessionGate> winner;
-    std::atomic<bool> listening{false};
     std::vector<std::thread> others;
     for (int i = 0; i < starts; ++i)
         others.emplace_back([&] {
