@@ -167,6 +167,34 @@ TEST(LayerSelection, AComplexSelectionHearsItsSideOfZero)
         ASSERT_NEAR(out[i], samples[2 * 6000 + i], 1e-5);
 }
 
+// Over the full band the wrapper is a gain: triangles over those frames whose row of the mask is set.
+TEST(LayerSelection, ATimeSpanOfTheFullBandIsAGainOfTriangles)
+{
+    const LayerPtr layer = layerOf(realFormat(), noise(20000));
+    constexpr double from = 5003;
+    constexpr double to = 11117;
+    Selection selection;
+    selection.add(rectangle(from, -1000, to - from, 30000), 0, 0, false);
+    const Range range{4000, 9001};
+    std::vector<float> out(static_cast<std::size_t>(range.length));
+    wrapped(layer, selection)->read(out.data(), range, 0, true);
+    const std::vector<float> in = samplesOf(*layer, range);
+    constexpr int64_t hop = 64;
+    const int64_t first = range.start / hop;
+    const int64_t last = (range.end() + hop - 1) / hop;
+    const double step = double(hop * (last - first) + 1) / double(last - first + 1);
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        double gain = 0;
+        for (int64_t f = first; f <= last; ++f) {
+            const double centre = double(hop * first) + (double(f - first) + 0.5) * step;
+            const double distance = std::abs(double(range.start) + double(i) - double(hop * f)) / hop;
+            if (centre >= from && centre < to)
+                gain += std::max(0.0, 1 - distance);
+        }
+        ASSERT_NEAR(out[i], in[i] * gain, 2e-6) << i;
+    }
+}
+
 // A tone inside the band passes, one outside is gone.
 TEST(LayerSelection, OnlyTheSelectedBandIsHeard)
 {
