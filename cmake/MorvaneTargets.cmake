@@ -61,6 +61,10 @@ function(morvane_add_test name)
     if(ARG_LAB)
         set_tests_properties(${name} PROPERTIES LABELS lab)
     endif()
+    # Windows share one display, with one pointer and one stack: a test of theirs has it alone.
+    if(ARG_LIBS MATCHES "morvane_(widgets|projectfiles|display|ui|app)|Qt5::")
+        set_tests_properties(${name} PROPERTIES RESOURCE_LOCK display)
+    endif()
 endfunction()
 
 # morvane_add_bench(<name> SOURCES ... LIBS ...)
