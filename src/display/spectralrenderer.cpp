@@ -7,8 +7,8 @@
 
 namespace {
 
-// Columns, or gaps between them, that one task takes: enough that a column and its neighbour are
-// still in the cache when the rows are made, few enough that all threads end together.
+// Columns, or gaps between them, that one task takes: few enough that they are still in the cache when
+// the rows are made, and that all threads end together.
 constexpr int64_t chunkSize = 16;
 
 // The last chunk takes the rest, so that it never is a single column without its neighbour.
@@ -205,17 +205,13 @@ void SpectralRenderer::runChunk(Job& job, int64_t chunk)
             return;
         const int64_t position = job.grid.key(job.grid.firstColumn + i) - settings.frameSize / 2;
         const float* samples = span ? span + settings.sampleType * (position - first) : nullptr;
-        // While all is in the cache: a column is projected as soon as it, or its neighbour, is there.
-        if (!refined) {
+        if (!refined || i > columns.start)
             runColumn(job, i, samples);
-            projectColumn(job, i);
-        } else if (i > columns.start) {
-            runColumn(job, i, samples);
-            projectColumn(job, i - 1);
-        }
     }
-    if (refined && !job.cancel)
-        projectColumn(job, columns.end() - 1);
+    // Apart from the transforms, so that neither pushes the tables of the other out of the cache; the
+    // columns themselves are still there.
+    for (int64_t i = columns.start; i < columns.end() && !job.cancel; ++i)
+        projectColumn(job, i);
 }
 
 void SpectralRenderer::runColumn(Job& job, int64_t column, const float* samples)
