@@ -1,12 +1,14 @@
 #include "display/visiblelayers.h"
 
+#include "model/layergroup.h"
+
 namespace {
 
 void collect(const ILayer& group, bool visible, std::vector<LayerInView>& found)
 {
     const bool anySolo = group.hasSolo();
     for (const ILayerPtr& child : group.children(ChildrenDirect)) {
-        const bool heard = anySolo ? child->solo() || child->hasSolo() : child->enabled();
+        const bool heard = soundsInGroup(*child, anySolo);
         if (child->type() == LayerTypeGroup)
             collect(*child, visible && heard, found);
         else

@@ -12,6 +12,5 @@ struct LayerInView
 };
 
 // All layers and regions below `group`, groups themselves aside, in list order. What is heard is seen:
-// a layer shows when it and every group around it is enabled, or, in a group where anything is solo,
-// when it or something in it is.
+// the rule of LayerRoot::isVisible(), for all layers at once.
 [[nodiscard]] std::vector<LayerInView> layersInView(const ILayer& group);

@@ -101,6 +101,10 @@ public:
     [[nodiscard]] Range changedRange() const;
     // Records that are applied at present, oldest first.
     [[nodiscard]] QList<LayerRecord> records() const;
+    // For the history, when it lets a state go for good: the record no longer keeps its files alive.
+    void forgetRecord(const LayerRecord& record);
+    // When the document dies: no record and no before-image is kept any more.
+    void forgetUndo();
 
     // Filling a layer from its end, as import and recording do, at the speed of a memory copy. One
     // thread appends; any others may read what has arrived meanwhile. The file is enlarged ahead in

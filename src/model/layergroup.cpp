@@ -256,8 +256,7 @@ void LayerGroup::mixChildren(float* out, const Range& ask, int32_t channel, bool
     const QList<ILayerPtr> children = list();
     const bool anySolo = hasSolo();
     for (const ILayerPtr& child : children) {
-        const bool heard = anySolo ? child->solo() || child->hasSolo() : child->enabled();
-        const float childGain = heard ? float(child->polarity()) * child->multiplier() * gain : 0.0f;
+        const float childGain = soundsInGroup(*child, anySolo) ? float(child->polarity()) * child->multiplier() * gain : 0.0f;
         if (childGain == 0 || child->range(withAttached).intersected(ask).isEmpty() ||
             !fits(child->format(), form))
             continue;
@@ -424,11 +423,12 @@ void LayerGroup::applyRecord(const LayerRecord& record, int32_t direction)
     if (live && (direction != 0 || !hasBackup()))
         return;
     const LayerPtr image = live ? backup() : direction == 0 ? record.before : record.after;
-    if (const auto group = std::dynamic_pointer_cast<LayerGroup>(image)) {
-        setOpen(group->isOpen());
-        setList(group->list());
-        newBackup();
-    }
+    const auto group = std::dynamic_pointer_cast<LayerGroup>(image);
+    if (!group || group->format() != format())
+        return;
+    setOpen(group->isOpen());
+    setList(group->list());
+    newBackup();
     if (!live)
         noteApplied(record, direction);
     stampContent();

@@ -5,6 +5,12 @@
 
 using LayerGroupPtr = std::shared_ptr<class LayerGroup>;
 
+// Whether the mix of a group hears one of its children; `anySolo` is hasSolo() of that group.
+[[nodiscard]] inline bool soundsInGroup(const ILayer& child, bool anySolo)
+{
+    return anySolo ? child.solo() || child.hasSolo() : child.enabled();
+}
+
 // A node of the layer tree. It has no samples of its own, its span is that of its children, and it
 // accepts children of exactly its own format. Reading it mixes: each child by polarity * multiplier,
 // silent when not `enabled`, or, as soon as any layer below this group is solo, unless it is solo or

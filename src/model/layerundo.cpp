@@ -16,6 +16,12 @@ Range widened(const Range& range)
     return {first, end - first};
 }
 
+// Records of another kind of samples are refused, also where a sample point takes as many bytes.
+bool sameLayout(const SamplingFormat& a, const SamplingFormat& b)
+{
+    return a.channels == b.channels && a.sampleType == b.sampleType;
+}
+
 } // namespace
 
 void Layer::markChanged(const Range& range)
@@ -128,6 +134,17 @@ QList<LayerRecord> Layer::records() const
     return m_records;
 }
 
+void Layer::forgetRecord(const LayerRecord& record)
+{
+    m_records.removeAll(record);
+}
+
+void Layer::forgetUndo()
+{
+    m_records.clear();
+    newBackup();
+}
+
 Range Layer::recordsRange() const
 {
     Range all;
@@ -180,7 +197,7 @@ void Layer::applyRecord(const LayerRecord& record, int32_t direction)
     const Range target = live ? backupRange() : direction == 0 ? record.beforeRange : record.afterRange;
     if (image && image->type() == LayerTypeLayer) {
         const WriteLocker locker(m_edit);
-        if (image->m_store.format().frameBytes() != m_store.format().frameBytes())
+        if (!sameLayout(image->m_store.format(), m_store.format()))
             return;
         if (live && image->m_store.range() == target) {
             // The live backup is given up anyway: with all samples in it, it needs no room and no copy.
