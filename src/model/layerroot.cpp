@@ -1,5 +1,32 @@
 #include "model/layerroot.h"
 
+#include "model/layerregion.h"
+
+#include <QHash>
+
+namespace {
+
+// Each region of a copied tree has a copy of its source for itself. Where the originals share one, or
+// it stands in the tree, the copies do the same.
+void shareSources(const QList<ILayerPtr>& originals, const QList<ILayerPtr>& copies)
+{
+    QHash<const ILayer*, LayerPtr> copyOf;
+    for (int i = 0; i < originals.size(); ++i)
+        copyOf.insert(originals[i].get(), std::dynamic_pointer_cast<Layer>(copies[i]));
+    for (int i = 0; i < originals.size(); ++i) {
+        const auto region = std::dynamic_pointer_cast<LayerRegion>(copies[i]);
+        if (!region)
+            continue;
+        LayerPtr& source = copyOf[originals[i]->source().get()];
+        if (source)
+            region->setSource(source);
+        else
+            source = region->source();
+    }
+}
+
+} // namespace
+
 LayerRoot::LayerRoot(const SamplingFormat& format) : m_format(format), m_active(std::make_shared<ILayerPtr>())
 {
     // Node 0 and 1 are scratch: their contents are never undone.
@@ -26,8 +53,27 @@ ILayerPtr LayerRoot::layer(int32_t index) const
 void LayerRoot::setFormat(const SamplingFormat& format)
 {
     m_format = format;
-    for (const LayerPtr& node : m_layers)
-        node->setFormat(format);
+    for (const LayerPtr& scratch : {m_layers[RootActivePreview], m_layers[RootTemporary]}) {
+        scratch->clear();
+        scratch->setFormat(format);
+    }
+    // The node alone: its children's samples are still of the old format.
+    project()->Layer::setFormat(format);
+}
+
+bool LayerRoot::isVisible(const ILayerPtr& layer) const
+{
+    ILayerPtr node = project();
+    const QList<ILayerPtr> path = node->pathTo(layer);
+    for (const ILayerPtr& next : path) {
+        // Overlays and sources, which are no children, sound where their layer does.
+        if (!node->children(ChildrenDirect).contains(next))
+            continue;
+        if (!soundsInGroup(*next, node->hasSolo()))
+            return false;
+        node = next;
+    }
+    return !path.isEmpty();
 }
 
 LayerGroupPtr LayerRoot::project() const
@@ -64,6 +110,7 @@ std::optional<LayerRoot> LayerRoot::clone(QString* words) const
             all << ILayerPtr(node) << node->children(ChildrenAll);
         return all;
     };
+    shareSources(places(*this), places(copy));
     const int place = places(*this).indexOf(*m_active);
     if (*m_active && place >= 0)
         copy.setActive(places(copy)[place]);

@@ -35,13 +35,19 @@ public:
     [[nodiscard]] ILayerPtr layer(int32_t index) const override;
 
     [[nodiscard]] SamplingFormat format() const { return m_format; }
-    // Stores the format here and in the nodes, without touching samples.
+    // Stores the format here and in the nodes. Scratch samples are dropped; the user's layers keep
+    // samples and format, and are not heard until they are converted too (ILayer::changeFormat).
     void setFormat(const SamplingFormat& format);
     [[nodiscard]] LayerPtr node(RootNode node) const { return m_layers[node]; }
     [[nodiscard]] LayerGroupPtr project() const;
     // Every layer and group below "Project", depth first, then each source of a region that is not
     // in the tree itself. For whoever must reach every sample file. "Project" itself is not in it.
     [[nodiscard]] QList<ILayerPtr> allLayers() const;
+    // Whether the mix of "Project" hears the layer, so that it is seen and edited too: it and every group
+    // around it is enabled or, among children of which one is solo or holds a solo layer, is or holds one.
+    // "Project" itself is visible; what hangs elsewhere is not. A source stands for the first region
+    // that shows it.
+    [[nodiscard]] bool isVisible(const ILayerPtr& layer) const;
     // A tree of its own with copies of all samples: nodes 0 and 1 without backups, "Project" with;
     // the active layer is the one at the same place. Nothing when there is no room for the files;
     // `words` then receives the cause.
