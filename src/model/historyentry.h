@@ -1,7 +1,7 @@
 // One state of undo.
 #pragma once
 
-#include "model/ilayer.h"
+#include "model/layer.h"
 #include "model/selection.h"
 #include "model/types/marker.h"
 
@@ -37,4 +37,12 @@ struct HistoryEntry
     bool selectionChanged = false;
     Selection selectionBefore;
     Selection selectionAfter;
+
+    // The layers no longer keep the records of this state: it can never be gone back or forth to again.
+    void forgetRecords() const
+    {
+        for (auto it = layerRecords.begin(); it != layerRecords.end(); ++it)
+            if (const auto layer = std::dynamic_pointer_cast<Layer>(it.key()))
+                layer->forgetRecord(it.value());
+    }
 };

@@ -53,16 +53,16 @@ private:
     {
         post(EventId::LayerRootChange, m_project.root());
         post(EventId::LayerActivate, m_project.activeLayer());
-        post(EventId::SelectionChange, Selection());
+        post(EventId::SelectionChange, m_project.selection);
     }
 
     void lists() const
     {
         post(EventId::MetaDataListChange, m_project.metadata);
-        post(EventId::MarkerListChange, m_project.markers);
-        post(EventId::SpectralMarkerListChange, m_project.spectralMarkers);
-        post(EventId::HistoryListChange, m_project.history);
-        post(EventId::HistoryActivate, m_project.historyIndex);
+        post(EventId::MarkerListChange, m_project.markerList());
+        post(EventId::SpectralMarkerListChange, m_project.spectralMarkerList());
+        post(EventId::HistoryListChange, m_project.history());
+        post(EventId::HistoryActivate, m_project.historyIndex());
     }
 
     void display() const
@@ -87,7 +87,7 @@ private:
         post(EventId::DisplayAreaChange, display.displayArea);
         post(EventId::DisplayPowerChange, PowerRange{display.minWaveform, display.maxWaveform});
         post(EventId::DisplayDisplacementChange, Displacement{display.displacementX, display.displacementY});
-        post(EventId::TransportPositionChange, m_project.position);
+        post(EventId::TransportPositionChange, m_project.position());
     }
 
     const Project& m_project;

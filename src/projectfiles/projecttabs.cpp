@@ -49,8 +49,8 @@ SpectralMarkerList shifted(SpectralMarkerList markers, int64_t start)
 // What the file tells beside its samples; tags that the project has already stay.
 void addLists(Project& project, const ImportedFile& file, int64_t start)
 {
-    project.markers += shifted(file.markers, start);
-    project.spectralMarkers += shifted(file.spectralMarkers, start);
+    project.setMarkerList(project.markerList() + shifted(file.markers, start));
+    project.setSpectralMarkerList(project.spectralMarkerList() + shifted(file.spectralMarkers, start));
     for (auto it = file.metaData.begin(); it != file.metaData.end(); ++it)
         if (!project.metadata.contains(it.key()))
             project.metadata.insert(it.key(), it.value());
@@ -139,7 +139,7 @@ bool ProjectTabs::parse(const QString& fileName, int64_t startSmp, int sessionTy
 
 bool ProjectTabs::closeTabsOf(const QString& path)
 {
-    const auto shows = [&path](const ProjectPtr& project) { return project->path == path; };
+    const auto shows = [&path](const ProjectPtr& project) { return project->filePath() == path; };
     if (std::none_of(m_projects.begin(), m_projects.end(), shows))
         return true;
     if (!messages::question(window(), tr("Replace Project"),
@@ -161,9 +161,9 @@ ProjectPtr ProjectTabs::load(const QString& path, int64_t start)
     callbacks.started = [&](const LayerPtr& layer) {
         project = makeProject(layer->format());
         project->name = name;
-        project->path = path;
+        project->setFilePath(path);
         insertLayer(*project, layer);
-        project->display.displayArea = project->wholeArea();
+        project->setDisplayArea(project->wholeArea());
         m_loading = project;
         postProject(*project, this);
     };
@@ -171,7 +171,7 @@ ProjectPtr ProjectTabs::load(const QString& path, int64_t start)
     callbacks.grown = [&](const LayerPtr& layer) {
         if (!pace.isDue())
             return;
-        project->display.displayArea = project->wholeArea();
+        project->setDisplayArea(project->wholeArea());
         postEvent(this, EventId::LayerContentUpdate, ILayerPtr(layer), this);
         postEvent(this, EventId::DisplayAreaChange, project->display.displayArea, this);
     };
@@ -186,8 +186,8 @@ ProjectPtr ProjectTabs::load(const QString& path, int64_t start)
     }
     file.layer->startBackup();
     addLists(*project, file, start);
-    project->resetHistory(QStringLiteral("Import"));
-    project->display.displayArea = project->wholeArea();
+    project->resetHistory(QStringLiteral("Import"), QIcon(QStringLiteral(":/icons/import.png")));
+    project->setDisplayArea(project->wholeArea());
     return project;
 }
 
@@ -211,7 +211,7 @@ bool ProjectTabs::importLayer()
     request.title = tr("Open Project");
     request.filters = fileformats::importFilters(m_plugins);
     const QString path = filechooser::choose(window(), request).path;
-    return !path.isEmpty() && importFile(path, project->position);
+    return !path.isEmpty() && importFile(path, project->position());
 }
 
 bool ProjectTabs::importFile(const QString& path, int64_t start)
@@ -242,7 +242,7 @@ bool ProjectTabs::importFile(const QString& path, int64_t start)
         postEvent(this, EventId::LayerContentUpdate, ILayerPtr(layer), this);
         if (!sawWhole)
             return;
-        project->display.displayArea = project->wholeArea();
+        project->setDisplayArea(project->wholeArea());
         postEvent(this, EventId::DisplayAreaChange, project->display.displayArea, this);
     };
     ImportedFile file;
@@ -252,7 +252,7 @@ bool ProjectTabs::importFile(const QString& path, int64_t start)
             project->layers()->removeChildLayer(added);
             project->setActiveLayer(wasActive);
             if (sawWhole)
-                project->display.displayArea = project->wholeArea();
+                project->setDisplayArea(project->wholeArea());
             postCurrent();
         }
         if (other.channels > 0)
@@ -265,7 +265,7 @@ bool ProjectTabs::importFile(const QString& path, int64_t start)
     added->startBackup();
     addLists(*project, file, start);
     if (sawWhole)
-        project->display.displayArea = project->wholeArea();
+        project->setDisplayArea(project->wholeArea());
     project->modified = true;
     HistoryEntry entry;
     entry.name = QStringLiteral("Import");
@@ -307,7 +307,7 @@ bool ProjectTabs::exportProject(int tab)
     qInfo().noquote() << QStringLiteral("exporting %1...").arg(choice.path);
     LoadProgress progress(window(), tr("Exporting %1...").arg(QFileInfo(choice.path).fileName()));
     return FileExport(m_plugins, window())
-        .run(choice.path, choice.filter, {project->layers(), project->markers, project->metadata},
+        .run(choice.path, choice.filter, {project->layers(), project->markerList(), project->metadata},
              [&progress](int64_t done, int64_t total) { return progress(done, total); });
 }
 
@@ -371,7 +371,7 @@ void ProjectTabs::refreshTab(int tab)
     QString title = project->name;
     title.replace(QLatin1Char('&'), QLatin1String("&&"));
     setTabText(tab, project->modified ? title + QStringLiteral(" *") : title);
-    setTabToolTip(tab, QStringLiteral("%1\n%2").arg(QDir::toNativeSeparators(project->path),
+    setTabToolTip(tab, QStringLiteral("%1\n%2").arg(QDir::toNativeSeparators(project->filePath()),
                                                     formatText(project->format())));
     if (QWidget* button = tabButton(tab, QTabBar::RightSide)) {
         button->setToolTip(tr("Close %1").arg(project->name));

@@ -71,6 +71,10 @@ public:
     void metaDataEvent(EventId id, const MetaDataList& tags) override;
     void markersEvent(EventId id, const MarkerList& markers) override;
     void spectralMarkersEvent(EventId id, const SpectralMarkerList& markers) override;
+    void historyRecordEvent(EventId id, const HistoryEntry& entry) override;
+    void historyListEvent(EventId id, const QList<HistoryEntry>& states) override;
+    void historyActivateEvent(EventId id, const int32_t& row) override;
+    void selectionEvent(EventId id, const Selection& selection) override;
     void displayEnableEvent(EventId id, const bool& on) override;
     void displayValueEvent(EventId id, const float& value) override;
     void colormapEvent(EventId id, const int32_t& colormap) override;
@@ -92,6 +96,7 @@ private:
     void addProject(const ProjectPtr& project);
     QWidget* makeCloseButton();
     void refreshTab(int tab);
+    void markModified(); // the project in front, and its tab shows it
     void postCurrent();
 
     QList<IFilePlugin*> m_plugins;

@@ -68,19 +68,16 @@ void ProjectTabs::timeBaseEvent(EventId id, const TimeBase& base)
     const ProjectPtr project = front();
     if (!project)
         return;
-    if (id == EventId::FrameRateChange) {
-        project->units.frameRate = float(base.frameRate);
-    } else {
-        project->units.bpm = float(base.bpm);
-        project->units.bar = float(base.beatsPerBar);
-        project->units.beat = float(base.beatUnit);
-    }
+    if (id == EventId::FrameRateChange)
+        project->setFrameRate(base.frameRate);
+    else
+        project->setTimeSignature(base.bpm, base.beatsPerBar, base.beatUnit);
 }
 
 void ProjectTabs::timeUnitEvent(EventId, const int32_t& unit)
 {
     if (const ProjectPtr project = front())
-        project->units.timeUnit = TimeUnit(unit);
+        project->setTimeUnit(unit);
 }
 
 void ProjectTabs::powerUnitEvent(EventId, const int32_t& unit)
@@ -123,13 +120,47 @@ void ProjectTabs::metaDataEvent(EventId, const MetaDataList& tags)
 void ProjectTabs::markersEvent(EventId, const MarkerList& markers)
 {
     if (const ProjectPtr project = front())
-        project->markers = markers;
+        project->setMarkerList(markers);
 }
 
 void ProjectTabs::spectralMarkersEvent(EventId, const SpectralMarkerList& markers)
 {
     if (const ProjectPtr project = front())
-        project->spectralMarkers = markers;
+        project->setSpectralMarkerList(markers);
+}
+
+void ProjectTabs::historyRecordEvent(EventId, const HistoryEntry&)
+{
+    markModified();
+}
+
+// The history tells its list after a new state and after old ones were deleted: the last is in front.
+void ProjectTabs::historyListEvent(EventId, const QList<HistoryEntry>& states)
+{
+    if (const ProjectPtr project = front())
+        project->setHistory(states, states.size() - 1);
+}
+
+void ProjectTabs::historyActivateEvent(EventId, const int32_t& row)
+{
+    if (const ProjectPtr project = front())
+        project->setHistoryIndex(row);
+    markModified();
+}
+
+void ProjectTabs::selectionEvent(EventId, const Selection& selection)
+{
+    if (const ProjectPtr project = front())
+        project->selection = selection;
+}
+
+void ProjectTabs::markModified()
+{
+    const ProjectPtr project = currentProject();
+    if (!project)
+        return;
+    project->modified = true;
+    refreshTab(currentIndex());
 }
 
 void ProjectTabs::displayEnableEvent(EventId id, const bool& on)
@@ -155,7 +186,7 @@ void ProjectTabs::colormapEvent(EventId, const int32_t& colormap)
 void ProjectTabs::areaEvent(EventId, const Area& area)
 {
     if (const ProjectPtr project = front())
-        project->display.displayArea = area;
+        project->setDisplayArea(area);
 }
 
 void ProjectTabs::powerRangeEvent(EventId, const PowerRange& range)
@@ -180,5 +211,5 @@ void ProjectTabs::transportPositionEvent(EventId id, const int64_t& position)
 {
     const ProjectPtr project = front();
     if (project && id == EventId::TransportPositionChange)
-        project->position = position;
+        project->setPosition(position);
 }

@@ -126,11 +126,11 @@ TEST_F(ProjectTest, WholeAreaIsTheSpanOfTheLayersOverTheFullBand)
 TEST_F(ProjectTest, HistoryBeginsWithOneStateOfTheFlowsName)
 {
     const ProjectPtr project = makeProject(stereo);
-    project->historyIndex = 7;
-    project->resetHistory(QStringLiteral("Import"));
-    ASSERT_EQ(project->history.size(), 1);
-    EXPECT_EQ(project->history[0].name, QStringLiteral("Import"));
-    EXPECT_EQ(project->historyIndex, 0);
+    project->setHistory({HistoryEntry(), HistoryEntry()}, 1);
+    project->resetHistory(QStringLiteral("Import"), QIcon());
+    ASSERT_EQ(project->history().size(), 1);
+    EXPECT_EQ(project->history()[0].name, QStringLiteral("Import"));
+    EXPECT_EQ(project->historyIndex(), 0);
 }
 
 // Writes down what it is told.
