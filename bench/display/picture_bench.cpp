@@ -2,7 +2,7 @@
 // repeated runs taken in turn, on the threads of the pool, by the wall clock and, for machines with
 // other work to do, by the processor's. Prints a table; needs no display.
 //
-// usage: picture_bench [runs [part of a name]]; "ten hours" needs 7 GB of disk.
+// usage: picture_bench [runs [part of a name, or = and the whole name]]; "ten hours" needs 7 GB of disk.
 #include "base/denormals.h"
 #include "base/parallel.h"
 #include "display/spectralrenderer.h"
@@ -186,8 +186,8 @@ int main(int argc, char** argv)
         std::make_shared<const Transform>(SampleTypeReal, WindowType::BlackmanHarris, 2048, 8, 2);
     const int64_t minute = int64_t(rate) * 60;
     const std::string only = argc > 2 ? argv[2] : "";
-    const auto wanted = [&only](const char* name) {
-        return std::string(name).find(only) != std::string::npos;
+    const auto wanted = [&only](const std::string& name) {
+        return only.rfind('=', 0) == 0 ? "=" + name == only : name.find(only) != std::string::npos;
     };
     const auto run = [&](const char* name, const LayerPtr& layer, double length, float sharpen) {
         if (!wanted(name))

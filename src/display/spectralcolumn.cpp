@@ -19,7 +19,8 @@ struct ColumnScratch
     ArrayTemplate<Complex> derived;
 
     // The samples times `window` in the middle of M values; the padding around them stays zero.
-    const T& windowed(const T& input, const ArrayTemplate<float>& window, const Transform& settings)
+    const T& windowed(const typename T::Value* input, const ArrayTemplate<float>& window,
+                      const Transform& settings)
     {
         const int64_t length = settings.dftLength();
         const int64_t size = settings.frameSize;
@@ -27,7 +28,7 @@ struct ColumnScratch
             frame = T(length);
             frameSize = settings.frameSize;
         }
-        vec::multiply(frame.data() + (length - size) / 2, input.data(), window.data(), size);
+        vec::multiply(frame.data() + (length - size) / 2, input, window.data(), size);
         return frame;
     }
 };
@@ -37,6 +38,14 @@ ColumnScratch<T>& scratch()
 {
     thread_local ColumnScratch<T> buffers;
     return buffers;
+}
+
+template<class T>
+void fetchAhead(const T& array)
+{
+    const auto* bytes = reinterpret_cast<const char*>(array.data());
+    for (std::size_t i = 0; i < array.bytes(); i += 64)
+        __builtin_prefetch(bytes + i, 1, 2);
 }
 
 // Answers whether the array was empty although it is needed.
@@ -81,8 +90,9 @@ bool SpectralTextureTransform<T>::run(const ColumnContext& context, const float*
     m_silent = false;
     m_snapshot = settings;
     m_samples.resize(settings.frameSize);
+    fetchAhead(m_samples);
+    transform(context, reinterpret_cast<const typename T::Value*>(samples));
     std::memcpy(static_cast<void*>(m_samples.data()), samples, m_samples.bytes());
-    transform(context);
     return true;
 }
 
@@ -99,15 +109,18 @@ bool SpectralTextureTransform<T>::silence()
 }
 
 template<class T>
-void SpectralTextureTransform<T>::transform(const ColumnContext& context)
+void SpectralTextureTransform<T>::transform(const ColumnContext& context, const typename T::Value* samples)
 {
     const Transform& settings = *context.settings;
     ColumnScratch<T>& buffers = scratch<T>();
     const auto spectrumUnder = [&](const ArrayTemplate<float>& window, ArrayTemplate<Complex>& spectrum) {
         spectrum.resize(settings.bins());
-        settings.forward(buffers.windowed(m_samples, window, settings).data(), spectrum.data());
+        settings.forward(buffers.windowed(samples, window, settings).data(), spectrum.data());
         return spectrum.data();
     };
+    // Their lines come from far away, since a picture's columns are more than the caches hold: asked
+    // for here they arrive while the transform runs.
+    fetchAhead(m_magnitudes);
     spectrum::ShiftSpectra spectra;
     spectra.bins = settings.bins();
     spectra.cyclic = settings.sampleType != SampleTypeReal;

@@ -63,7 +63,7 @@ public:
 private:
     bool silence();
     [[nodiscard]] const float* readSamples(const ColumnContext& context) const;
-    void transform(const ColumnContext& context);
+    void transform(const ColumnContext& context, const typename T::Value* samples);
 
     int64_t m_position = 0; // first sample of the frame
     // The settings that the arrays were made with; the initial ones match no real settings.

@@ -27,6 +27,7 @@ class ArrayTemplate
     static_assert(std::is_trivially_copyable_v<T>);
 
 public:
+    using Value = T;
     static constexpr std::size_t alignment = 64;
 
     ArrayTemplate() = default;
