@@ -256,7 +256,8 @@ void LayerGroup::mixChildren(float* out, const Range& ask, int32_t channel, bool
     const QList<ILayerPtr> children = list();
     const bool anySolo = hasSolo();
     for (const ILayerPtr& child : children) {
-        const float childGain = soundsInGroup(*child, anySolo) ? float(child->polarity()) * child->multiplier() * gain : 0.0f;
+        const float childGain =
+            soundsInGroup(*child, anySolo) ? float(child->polarity()) * child->multiplier() * gain : 0.0f;
         if (childGain == 0 || child->range(withAttached).intersected(ask).isEmpty() ||
             !fits(child->format(), form))
             continue;

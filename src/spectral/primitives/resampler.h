@@ -13,7 +13,8 @@ class SoxrStream;
 // matrix they copy bit by bit.
 //
 // Everything answers 0 when a format has no channels or no usable rate, and when the ratio lies outside
-// 1/65536 to 65536 or soxr refuses it (error() then tells why). A step of a stream allocates only while its blocks still grow.
+// 1/65536 to 65536 or soxr refuses it (error() then tells why). A step of a stream allocates only while its
+// blocks still grow.
 class Resampler : public IResampler
 {
 public:
