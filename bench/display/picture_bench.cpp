@@ -8,6 +8,7 @@
 #include "display/spectralrenderer.h"
 #include "model/layer.h"
 #include "spectral/primitives/planning.h"
+#include "support/baredft.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -94,23 +95,13 @@ LayerPtr denormalLayer(int64_t length)
     return layerOf(second, length);
 }
 
-// As many bare transforms as a picture needs, on the same threads, each thread with buffers of its
-// own that stay in the cache.
-void bareTransforms(const Transform& settings, int64_t count)
+// As many bare transforms as a picture needs, on the same threads.
+void bareTransforms(const BareDft& dft, int64_t count)
 {
     constexpr int64_t chunk = 16;
     parallelFor(count / chunk, [&](int64_t) {
-        thread_local ArrayTemplate<float> frame;
-        thread_local ArrayTemplate<Complex> spectrum;
-        if (frame.size() != settings.dftLength()) {
-            frame.resize(settings.dftLength());
-            spectrum.resize(settings.bins());
-            std::mt19937 random(7);
-            for (float& value : frame)
-                value = float(random() % 2000) / 1000 - 1;
-        }
         for (int64_t i = 0; i < chunk; ++i)
-            settings.forward(frame.data(), spectrum.data());
+            dft.forward();
     });
 }
 
@@ -137,14 +128,14 @@ struct Times
 
 // Whole pictures and pans of one view. Every whole picture starts half a column further on, on a grid of
 // its own, so that no column is kept; the memory is that of the picture before.
-Times measure(SpectralRenderer& renderer, const std::shared_ptr<const Transform>& settings, double length,
-              float sharpen, int runs)
+Times measure(SpectralRenderer& renderer, const BareDft& dft,
+              const std::shared_ptr<const Transform>& settings, double length, float sharpen, int runs)
 {
     Times times;
     const int64_t transforms = int64_t(columns) * (sharpen > 0 ? 3 : 1);
     double width = length * 0.8;
     for (int i = 0; i < runs; ++i) {
-        times.bare.run([&] { bareTransforms(*settings, transforms); });
+        times.bare.run([&] { bareTransforms(dft, transforms); });
         width *= 1.0001; // another step
         Area area{0, 0, width, rate / 2.0};
         // Where the step is one hop all pictures share a grid: these start behind the one before.
@@ -187,6 +178,7 @@ int main(int argc, char** argv)
     setPlanning(Planning::Measured);
     const auto settings =
         std::make_shared<const Transform>(SampleTypeReal, WindowType::BlackmanHarris, 2048, 8, 2);
+    const BareDft dft(int32_t(settings->dftLength()));
     const int64_t minute = int64_t(rate) * 60;
     const std::string only = argc > 2 ? argv[2] : "";
     const auto wanted = [&only](const std::string& name) {
@@ -196,8 +188,8 @@ int main(int argc, char** argv)
         if (!wanted(name))
             return 0.0;
         SpectralRenderer renderer(layer, 0, 8192);
-        (void)measure(renderer, settings, length, sharpen, 2); // fresh memory
-        const Times times = measure(renderer, settings, length, sharpen, runs);
+        (void)measure(renderer, dft, settings, length, sharpen, 2); // fresh memory
+        const Times times = measure(renderer, dft, settings, length, sharpen, runs);
         report(name, times);
         return median(times.whole.processor);
     };

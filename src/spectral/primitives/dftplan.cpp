@@ -1,6 +1,7 @@
 #include "spectral/primitives/dftplan.h"
 
 #include "spectral/primitives/plancache.h"
+#include "spectral/primitives/realdft.h"
 
 #include <fftw3.h>
 
@@ -29,26 +30,51 @@ float* raw(const float* values)
     return reinterpret_cast<std::uintptr_t>(pointer) % ArrayTemplate<float>::alignment == 0;
 }
 
+// The plan that carries a transform out.
+PlanSlot* slotFor(int32_t length, DftKind kind, DftDirection direction)
+{
+    if (kind == DftKind::Real && length % 2 == 0)
+        return PlanCache::instance().slot({length / 2, DftKind::Complex, direction});
+    return PlanCache::instance().slot({length, kind, direction});
+}
+
+// Of this thread, `length` values.
+Complex* halfSpectrum(int64_t length)
+{
+    thread_local ArrayTemplate<Complex> values;
+    if (values.size() < length)
+        values.resize(length);
+    return values.data();
+}
+
 } // namespace
 
 DftPlan::DftPlan(int32_t length, DftKind kind)
     : m_length(length),
       m_kind(kind),
-      m_forward(PlanCache::instance().slot({length, kind, DftDirection::Forward})),
-      m_inverse(PlanCache::instance().slot({length, kind, DftDirection::Inverse}))
+      m_forward(slotFor(length, kind, DftDirection::Forward)),
+      m_inverse(slotFor(length, kind, DftDirection::Inverse)),
+      m_factors(kind == DftKind::Real && length % 2 == 0 ? &RealDftFactors::of(length) : nullptr)
 {
 }
 
 void DftPlan::forward(const float* source, Complex* destination) const
 {
     assert(m_kind == DftKind::Real && aligned(source) && aligned(destination));
-    fftwf_execute_dft_r2c(m_forward->use(), raw(source), raw(destination));
+    if (!m_factors)
+        return fftwf_execute_dft_r2c(m_forward->use(), raw(source), raw(destination));
+    fftwf_execute_dft(m_forward->use(), reinterpret_cast<fftwf_complex*>(raw(source)), raw(destination));
+    realdft::join(destination, *m_factors);
 }
 
 void DftPlan::inverse(const Complex* source, float* destination) const
 {
     assert(m_kind == DftKind::Real && aligned(source) && aligned(destination));
-    fftwf_execute_dft_c2r(m_inverse->use(), raw(source), destination);
+    if (!m_factors)
+        return fftwf_execute_dft_c2r(m_inverse->use(), raw(source), destination);
+    Complex* const half = halfSpectrum(m_length / 2);
+    realdft::split(half, source, *m_factors);
+    fftwf_execute_dft(m_inverse->use(), raw(half), reinterpret_cast<fftwf_complex*>(destination));
 }
 
 void DftPlan::forward(const Complex* source, Complex* destination) const

@@ -11,6 +11,7 @@ enum class DftDirection { Forward, Inverse };
 
 enum class PlanKind;
 class PlanSlot;
+struct RealDftFactors;
 
 // Both directions of one length; any length from 1. Unscaled. Copies are cheap and share the plans.
 // Buffers are aligned to 64 bytes, source and destination may not overlap, and the source is never
@@ -36,6 +37,8 @@ private:
 
     int32_t m_length;
     DftKind m_kind;
-    PlanSlot* m_forward; // live as long as the process
+    PlanSlot* m_forward; // live as long as the process, as do the factors
     PlanSlot* m_inverse;
+    // Of an even number of reals, which a complex plan of half the length transforms; null otherwise.
+    const RealDftFactors* m_factors;
 };
