@@ -59,6 +59,11 @@ void Engine::connectWindow()
 {
     auto* application = static_cast<QApplicationExt*>(qApp);
     QObject::connect(application, &QApplicationExt::sessionImported, m_window, &MainWindow::sessionImport);
+    if (m_server) {
+        QObject::connect(m_server, &QLocalServer::newConnection, m_window,
+                         [this] { m_window->sessionNewSocket(*m_server); });
+        m_window->sessionNewSocket(*m_server); // launches that came while the window was built
+    }
     QObject::connect(m_window, &MainWindow::screenChanged, m_window, [](QScreen* screen) {
         qInfo().noquote().nospace() << "Window screen changed to SCR"
                                     << QGuiApplication::screens().indexOf(screen);

@@ -65,7 +65,7 @@ SessionGate::Outcome SessionGate::pass(const QByteArray& records)
         if (m_startUpLock) {
             // Its last holder may have begun to listen between our question and the lock.
             if (handOver(records)) {
-                release();
+                m_startUpLock.reset();
                 return HandedOver;
             }
             QLocalServer::removeServer(m_socketPath);
@@ -73,11 +73,6 @@ SessionGate::Outcome SessionGate::pass(const QByteArray& records)
         }
         QThread::msleep(pauseMs);
     } while (timer.elapsed() < retryMs);
-    qWarning().noquote() << "another session is starting and does not answer; going on without a server";
+    qWarning().noquote() << "another session is there and does not answer; going on without a server";
     return Alone;
-}
-
-void SessionGate::release()
-{
-    m_startUpLock.reset();
 }

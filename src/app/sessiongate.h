@@ -9,7 +9,7 @@
 #include <QString>
 
 // Of several processes that start at once, one takes the start-up lock and becomes the session; the
-// others ask again until it listens.
+// others ask again until it listens. The session keeps the lock, and loses it when it dies.
 class SessionGate
 {
 public:
@@ -24,8 +24,10 @@ public:
 
     // Asks, waiting at most 250 ms for one answer and 2 s for a session that is just starting.
     [[nodiscard]] Outcome pass(const QByteArray& records);
-    // To be called once the session listens, or will not: the next process may ask.
-    void release();
+    // What makes this process the session, after Session; then null. To be kept by whoever listens, so
+    // that no other process takes the place of a session that is only busy. To be let go when this one
+    // will not listen: the next process may try.
+    [[nodiscard]] std::unique_ptr<FileLock> takeLock() { return std::move(m_startUpLock); }
     // Full name for QLocalServer::listen.
     [[nodiscard]] const QString& socketPath() const { return m_socketPath; }
 
@@ -34,5 +36,5 @@ private:
 
     QString m_serverName;
     QString m_socketPath;
-    std::unique_ptr<FileLock> m_startUpLock;
+    std::unique_ptr<FileLock> m_startUpLock; // gone with this object, unless taken
 };

@@ -7,6 +7,7 @@
 #include "app/qsplashscreenext.h"
 #include "app/rendering.h"
 #include "app/sessiongate.h"
+#include "app/sessionserver.h"
 #include "app/systemreport.h"
 #include "app/translations.h"
 #include "base/faults.h"
@@ -61,7 +62,7 @@ class StartUp
 public:
     StartUp(int& argc, char** argv, bool embedded) : m_argc(argc), m_argv(argv), m_embedded(embedded) {}
 
-    void run(MainWindow*& window);
+    void run(QLocalServer*& server, MainWindow*& window);
 
 private:
     QString claimSessionId();
@@ -78,6 +79,7 @@ private:
     [[nodiscard]] bool isSession();
     void tellSession();
     void showSplash();
+    void listen(QLocalServer*& server);
     void createWindow(MainWindow*& window);
     void debug(const QString& text, int line = __builtin_LINE()) const
     {
@@ -98,10 +100,11 @@ private:
     QByteArray m_records;
     QString m_sessionName; // of the local server
     std::unique_ptr<SessionGate> m_gate;
+    bool m_listens = false; // for later launches
     std::unique_ptr<QSplashScreenExt> m_splash;
 };
 
-void StartUp::run(MainWindow*& window)
+void StartUp::run(QLocalServer*& server, MainWindow*& window)
 {
     installFaultHandlers();
     platform::raiseDescriptorLimit();
@@ -127,6 +130,7 @@ void StartUp::run(MainWindow*& window)
     tellSession();
     showSplash();
     findFasterPlans();
+    listen(server);
     createWindow(window);
 }
 
@@ -277,8 +281,10 @@ bool StartUp::isSession()
         return true;
     debug(QStringLiteral("connecting to %1...").arg(m_sessionName));
     m_gate = std::make_unique<SessionGate>(m_sessionName);
-    if (m_gate->pass(m_records) == SessionGate::HandedOver)
+    const SessionGate::Outcome outcome = m_gate->pass(m_records);
+    if (outcome == SessionGate::HandedOver)
         return false;
+    m_listens = outcome == SessionGate::Session;
     debug(QStringLiteral("no session found"));
     return true;
 }
@@ -306,13 +312,20 @@ void StartUp::showSplash()
         qInfo().noquote() << line;
 }
 
+void StartUp::listen(QLocalServer*& server)
+{
+    if (!m_listens)
+        return;
+    auto listening = std::make_unique<SessionServer>();
+    if (listening->start(m_gate->socketPath(), m_gate->takeLock()))
+        server = listening.release(); // deleted by the engine
+}
+
 void StartUp::createWindow(MainWindow*& window)
 {
     qApp->setProperty("embedded", m_embedded);
     qInfo().noquote() << "Creating window...";
     window = new MainWindow(m_embedded); // deleted by the engine
-    if (m_gate)
-        m_gate->release();
     if (m_splash)
         m_splash->close();
 }
@@ -323,5 +336,5 @@ void start(int& argc, char** argv, bool embedded, QLocalServer*& server, MainWin
 {
     server = nullptr;
     window = nullptr;
-    StartUp(argc, argv, embedded).run(window);
+    StartUp(argc, argv, embedded).run(server, window);
 }

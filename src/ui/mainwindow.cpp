@@ -9,6 +9,7 @@
 #include "ui/logdialog.h"
 #include "ui/mainmenu.h"
 #include "ui/objectproperties.h"
+#include "ui/sessionconnection.h"
 #include "ui/sessionrecords.h"
 #include "ui/statusreadout.h"
 #include "ui/stylesheet.h"
@@ -19,6 +20,8 @@
 #include <QDebug>
 #include <QDragEnterEvent>
 #include <QIcon>
+#include <QLocalServer>
+#include <QLocalSocket>
 #include <QMimeData>
 #include <QSettings>
 #include <QStandardPaths>
@@ -30,6 +33,8 @@
 namespace {
 
 constexpr QSize smallestWindow(640, 360);
+constexpr int maxConnections = 8;
+constexpr int maxWaitingRecords = 40000;
 
 QString appProperty(const char* key)
 {
@@ -136,6 +141,31 @@ void MainWindow::showTabState()
 void MainWindow::areaEvent(EventId, const Area& area)
 {
     m_viewArea = area;
+}
+
+void MainWindow::sessionNewSocket(QLocalServer& server)
+{
+    while (m_connections < maxConnections && server.hasPendingConnections()) {
+        auto* connection = new SessionConnection(server.nextPendingConnection(), this);
+        ++m_connections;
+        // Queued: acting on a record may run the event loop for long, and the connection ends in it.
+        connect(connection, &SessionConnection::recordsArrived, this, &MainWindow::sessionSocketData,
+                Qt::QueuedConnection);
+        connect(connection, &SessionConnection::ended, this, [this] { --m_connections; });
+        connect(connection, &QObject::destroyed, &server, [this, &server] { sessionNewSocket(server); });
+        connection->start();
+    }
+}
+
+void MainWindow::sessionSocketData(const QByteArray& records)
+{
+    if (m_records.size() > maxWaitingRecords) {
+        qWarning("a launch was refused: too many wait already");
+        return;
+    }
+    const QByteArray queue = QCoreApplication::instance()->property("importqueue").toByteArray();
+    QCoreApplication::instance()->setProperty("importqueue", queue + records);
+    sessionImport();
 }
 
 void MainWindow::sessionImport()

@@ -14,6 +14,7 @@ class ChannelsDisplay;
 class IFilePlugin;
 class PluginLoader;
 class ProjectTabs;
+class QLocalServer;
 class StatusReadout;
 
 // Owns the engine objects: the plug-ins, the project tabs, the channels display. A thin facade: what
@@ -46,6 +47,11 @@ public Q_SLOTS:
     // acts on its records in order. Called after the start, and whenever somebody has appended to
     // the queue.
     void sessionImport();
+    // Takes the launches that wait at the server, eight at a time; the others wait there.
+    void sessionNewSocket(QLocalServer& server);
+    // Appends records of another launch to the queue and acts on them. A launch is refused while
+    // 40,000 records of others still wait.
+    void sessionSocketData(const QByteArray& records);
     void toggleFullscreen(bool on);
     void toggleComposite();
     void showLog();
@@ -69,6 +75,7 @@ private:
     bool m_wasMaximized = false;    // before full screen
     QList<SessionRecord> m_records; // not acted on yet
     bool m_importing = false;
+    int m_connections = 0; // launches that are being read
     int m_importedRecords = 0;
     QStringList m_failedImports;
     std::unique_ptr<PluginLoader> m_plugins;

@@ -1,6 +1,7 @@
 #include "ui/sessionrecords.h"
 
 #include <QDataStream>
+#include <QtEndian>
 
 #include <cmath>
 
@@ -60,6 +61,71 @@ bool hasSaneNumbers(const SessionRecord& record)
            (std::abs(record.start) <= maxSample && record.length <= maxSample);
 }
 
+QString unknownHeader(int header)
+{
+    return QStringLiteral("unknown header %1").arg(header);
+}
+
+// Walks over the fields of a record by their lengths. A position beyond the end stays there.
+class Walk
+{
+public:
+    explicit Walk(const QByteArray& bytes) : m_bytes(bytes) {}
+    void to(int position) { m_at = position; }
+    [[nodiscard]] int at() const { return m_at; }
+    [[nodiscard]] bool isWhole() const { return m_at <= m_bytes.size(); }
+    [[nodiscard]] bool isSane() const { return m_sane; }
+    void skip(int bytes) { m_at += bytes; }
+    template<class Number>
+    Number take()
+    {
+        Number number = 0;
+        if (m_at + int(sizeof number) <= m_bytes.size())
+            number = qFromBigEndian<Number>(m_bytes.constData() + m_at);
+        m_at += int(sizeof number);
+        return number;
+    }
+    // UTF-16, its length in bytes before it.
+    void skipString()
+    {
+        constexpr quint32 null = 0xffffffff;
+        const auto length = take<quint32>();
+        if (!isWhole() || length == null)
+            return;
+        if (length % 2 != 0 || length > maxBytes)
+            m_sane = false;
+        else
+            m_at += int(length);
+    }
+
+private:
+    const QByteArray& m_bytes;
+    int m_at = 0;
+    bool m_sane = true;
+};
+
+void skipFields(Walk& walk, SessionHeader header)
+{
+    constexpr int number = 8; // bytes
+    switch (header) {
+    case SessionHeader::Edit:
+    case SessionHeader::Merge:
+    case SessionHeader::Replace:
+        walk.skipString();
+        walk.skip(number);
+        walk.skipString();
+        walk.skipString();
+        break;
+    case SessionHeader::AudioApi:
+        walk.skipString();
+        break;
+    case SessionHeader::TimeRange:
+    case SessionHeader::FreqRange:
+        walk.skip(2 * number);
+        break;
+    }
+}
+
 } // namespace
 
 QByteArray toSessionBytes(const SessionRecord& record)
@@ -100,7 +166,7 @@ SessionRecords readSessionRecords(const QByteArray& bytes)
         qint16 header = 0;
         stream >> header;
         if (stream.status() == QDataStream::Ok && !isKnown(header)) {
-            result.fault = QStringLiteral("unknown header %1").arg(header);
+            result.fault = unknownHeader(header);
             return result;
         }
         SessionRecord record;
@@ -123,4 +189,30 @@ SessionRecords readSessionRecords(const QByteArray& bytes)
         result.records << record;
     }
     return result;
+}
+
+SessionScan scanSessionRecords(const QByteArray& bytes)
+{
+    SessionScan scan;
+    Walk walk(bytes);
+    while (walk.isWhole()) {
+        walk.to(scan.whole);
+        const auto header = walk.take<qint16>();
+        if (!walk.isWhole())
+            break;
+        if (!isKnown(header)) {
+            scan.fault = unknownHeader(header);
+            break;
+        }
+        skipFields(walk, SessionHeader(header));
+        if (!walk.isSane()) {
+            scan.fault = QStringLiteral("a text of impossible length");
+            break;
+        }
+        if (!walk.isWhole())
+            break;
+        scan.whole = walk.at();
+        ++scan.records;
+    }
+    return scan;
 }

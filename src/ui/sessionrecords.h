@@ -48,3 +48,14 @@ struct SessionRecords
 // finite, or more than 16 MiB or 10,000 records. What stood before the fault counts. A start sample
 // beyond +-2^50 is a fault too, so that no sum of positions overflows later.
 [[nodiscard]] SessionRecords readSessionRecords(const QByteArray& bytes);
+
+// What has arrived of a stream of records so far.
+struct SessionScan
+{
+    int whole = 0;   // bytes of complete records at the beginning
+    int records = 0; // how many those are
+    QString fault;   // why what follows can never become one; empty while more bytes may complete it
+};
+
+// Looks at no more than the lengths, so a large record that comes in many pieces costs nothing each time.
+[[nodiscard]] SessionScan scanSessionRecords(const QByteArray& bytes);

@@ -1,5 +1,11 @@
 // The window, driven with mouse, keys, drops and the import queue.
+#include "app/sessiongate.h"
+#include "app/sessionserver.h"
+#include "base/platform.h"
 #include "ui/windowenvironment.h"
+
+#include <atomic>
+#include <thread>
 
 #include <QAbstractButton>
 #include <QCloseEvent>
@@ -140,6 +146,33 @@ TEST_F(MainWindowTest, TwoLaunchesInARowLoseNothing)
     m_window->sessionImport();
     EXPECT_EQ(tabs().count(), 2);
     EXPECT_EQ(m_window->importedRecords(), 2);
+}
+
+TEST_F(MainWindowTest, LaunchesThroughTheSocketOpenTheirFilesInTheRunningWindow)
+{
+    show();
+    SessionServer server;
+    const QString name = QStringLiteral("window");
+    ASSERT_TRUE(server.start(platform::localServerPath(name), nullptr));
+    QObject::connect(&server, &QLocalServer::newConnection, m_window.get(),
+                     [&] { m_window->sessionNewSocket(server); });
+    // More at once than are read at the same time.
+    constexpr int launches = 12;
+    std::vector<std::thread> others;
+    std::atomic<int> handedOver{0};
+    for (int i = 0; i < launches; ++i) {
+        SessionRecord record;
+        record.path = makeTone(QStringLiteral("launch%1.wav").arg(i).toLatin1().constData(), 0.1);
+        others.emplace_back([&, bytes = toSessionBytes(record)] {
+            handedOver += SessionGate(name).pass(bytes) == SessionGate::HandedOver;
+        });
+    }
+    EXPECT_TRUE(waitForTabs(launches));
+    for (std::thread& other : others)
+        other.join();
+    EXPECT_EQ(handedOver, launches);
+    EXPECT_EQ(m_window->importedRecords(), launches);
+    EXPECT_TRUE(m_window->failedImports().isEmpty());
 }
 
 TEST_F(MainWindowTest, ADroppedFileOpens)

@@ -137,4 +137,58 @@ TEST(SessionRecords, NoiseNeverYieldsARecordOutOfBounds)
     }
 }
 
+TEST(SessionScan, FindsTheWholeRecordsOfAStreamCutAnywhere)
+{
+    const QByteArray first =
+        bytes(0, QStringLiteral("/a \u00e4.wav"), qint64(3), QStringLiteral("me"), QString());
+    const QByteArray second = bytes(32, qint64(5), qint64(10)) + bytes(33, 1.0, 2.0);
+    const QByteArray third = bytes(16, QStringLiteral("JACK"));
+    const QByteArray stream = first + second + third;
+    for (int size = 0; size <= stream.size(); ++size) {
+        const SessionScan scan = scanSessionRecords(stream.left(size));
+        EXPECT_TRUE(scan.fault.isEmpty()) << size;
+        EXPECT_LE(scan.whole, size);
+        const SessionRecords read = readSessionRecords(stream.left(scan.whole));
+        EXPECT_TRUE(read.fault.isEmpty()) << size;
+        EXPECT_EQ(read.records.size(), scan.records) << size;
+        const int expected = size < first.size()        ? 0
+                             : size < first.size() + 18 ? 1
+                             : size < first.size() + 36 ? 2
+                             : size < stream.size()     ? 3
+                                                        : 4;
+        EXPECT_EQ(scan.records, expected) << size;
+    }
+}
+
+TEST(SessionScan, WhatCanNeverBecomeARecordIsAFaultAtOnce)
+{
+    EXPECT_EQ(scanSessionRecords(bytes(77)).fault, QStringLiteral("unknown header 77"));
+    EXPECT_EQ(scanSessionRecords(bytes(-1)).fault, QStringLiteral("unknown header -1"));
+    EXPECT_FALSE(scanSessionRecords(bytes(16) + QByteArray::fromHex("fffffff0")).fault.isEmpty());
+    EXPECT_FALSE(scanSessionRecords(bytes(16) + QByteArray::fromHex("00000003")).fault.isEmpty())
+        << "half a unit";
+    EXPECT_TRUE(scanSessionRecords(bytes(16) + QByteArray::fromHex("ffffffff")).fault.isEmpty())
+        << "a null text";
+    const SessionScan scan = scanSessionRecords(bytes(33, 1.0, 2.0) + bytes(3));
+    EXPECT_EQ(scan.records, 1);
+    EXPECT_FALSE(scan.fault.isEmpty());
+}
+
+// Both readers agree on what is a record, for bytes that nobody wrote on purpose.
+TEST(SessionScan, NoiseIsJudgedAsTheReaderJudgesIt)
+{
+    std::mt19937 random(815);
+    for (int round = 0; round < 5000; ++round) {
+        QByteArray noise(int(random() % 80), '\0');
+        for (char& byte : noise)
+            byte = char(random() % 8 ? 0 : random());
+        const SessionScan scan = scanSessionRecords(noise);
+        ASSERT_GE(scan.whole, 0);
+        ASSERT_LE(scan.whole, noise.size());
+        ASSERT_GE(scan.records, readSessionRecords(noise).records.size());
+        for (const SessionRecord& record : readSessionRecords(noise.left(scan.whole)).records)
+            ASSERT_TRUE(std::isfinite(record.start));
+    }
+}
+
 } // namespace
