@@ -79,6 +79,34 @@ bool visible(QPointF a, QPointF b, const QRectF& rect, double& from, double& to)
            cut(a.y(), b.y() - a.y(), rect.top(), rect.bottom());
 }
 
+// The painter rounds positions to 1/64 pixel, so it may fill pixels that lie outside the border by that
+// much; the slopes, which are exact, end at the border and would leave them at full weight.
+constexpr double painterRounding = 1.0 / 32;
+
+// Clears what lies outside a soft edge by no more than the painter's rounding.
+void clearBeyond(const WeightTile& tile, QPointF a, QPointF b, QPointF innerA, QPointF innerB)
+{
+    const QPointF along = b - a;
+    const double length = std::hypot(along.x(), along.y());
+    if (!(length > 0))
+        return;
+    const QPointF step = along * (painterRounding / length);
+    const QPointF aside(-step.y(), step.x());
+    const auto side = [&](QPointF inner) { return QPointF::dotProduct(inner, aside); };
+    const double sideA = side(innerA - a);
+    const double sideB = side(innerB - b);
+    // A little longer than the edge, for what the round of a corner leaves open.
+    const QPointF from = a - step;
+    const QPointF to = b + step;
+    for (const QPointF outwards : {aside, -aside}) {
+        const bool isInside = outwards == aside ? sideA >= 0 && sideB >= 0 : sideA <= 0 && sideB <= 0;
+        if (isInside && (sideA != 0 || sideB != 0))
+            continue;
+        lowerTo(tile, {from, 0}, {to, 0}, {from + outwards, 0}, SelectionMask::full);
+        lowerTo(tile, {to, 0}, {to + outwards, 0}, {from + outwards, 0}, SelectionMask::full);
+    }
+}
+
 // Pixels a side of the tiles of rasterize: small enough for the cache, large enough for the painter.
 constexpr int rasterRows = 256;
 
@@ -163,6 +191,7 @@ void SelectionMask::paintTile(QImage& image, QPoint corner) const
                 const QPointF p3 = ring.inner[i + 1] - corner;
                 lowerTo(tile, {p0, 0}, {p1, 0}, {p2, 1}, full);
                 lowerTo(tile, {p1, 0}, {p3, 1}, {p2, 1}, full);
+                clearBeyond(tile, p0, p1, p2, p3);
             }
 }
 

@@ -364,7 +364,7 @@ TEST(SelectionProperties, AHardMaskAndItsInverseAreComplements)
 TEST(SelectionProperties, ASoftMaskAndItsInverseSumToAtMostOneAndToOneOutsideTheBands)
 {
     std::mt19937 random(24);
-    for (int round = 0; round < 40; ++round) {
+    for (int round = 0; round < 400; ++round) {
         const double fade = 2.7;
         const Selection selection = randomSelection(random, fade);
         Selection inverse = selection;
@@ -391,6 +391,50 @@ TEST(SelectionProperties, ASoftMaskAndItsInverseSumToAtMostOneAndToOneOutsideThe
                 }
             }
         EXPECT_GT(flat, rows * columns / 3);
+    }
+}
+
+// The painter fills pixels that lie outside the border by less than its rounding; under a soft edge they
+// must not stay at full weight.
+TEST(SelectionProperties, NoPixelOutsideASoftBorderHasWeight)
+{
+    std::mt19937 random(26);
+    constexpr int fine = 1000;
+    const Area area{0, 0, 51200, 24000};
+    for (int round = 0; round < 20; ++round) {
+        const Selection selection = randomSelection(random, 6);
+        const Matrix matrix = mask(selection, area, fine, fine);
+        int inside = 0;
+        for (int row = 0; row < fine; ++row)
+            for (int column = 0; column < fine; ++column) {
+                const QPointF centre((row + 0.5) * area.width / fine, (column + 0.5) * area.height / fine);
+                if (at(matrix, row, column) < 0.01f || isFlat(matrix, row, column))
+                    continue;
+                ASSERT_TRUE(selection.contains(centre)) << round << ": " << row << ", " << column;
+                ++inside;
+            }
+        EXPECT_GT(inside, 1000);
+    }
+}
+
+TEST(SelectionProperties, StripsOfASoftMaskAreThoseOfTheWhole)
+{
+    std::mt19937 random(27);
+    for (int round = 0; round < 20; ++round) {
+        const Selection selection = randomSelection(random, 4);
+        constexpr int fine = 900;
+        const Matrix whole = mask(selection, view, fine, columns);
+        const int strip = 50 + int(random() % 300);
+        const double step = view.width / fine;
+        for (int first = 0; first < fine; first += strip) {
+            const int count = std::min(strip, fine - first);
+            const Matrix part =
+                mask(selection, {first * step, view.y, count * step, view.height}, count, columns);
+            for (int row = 0; row < count; ++row)
+                for (int column = 0; column < columns; ++column)
+                    ASSERT_NEAR(at(part, row, column), at(whole, first + row, column), 1e-3)
+                        << round << ": " << first + row << ", " << column;
+        }
     }
 }
 
