@@ -1,8 +1,7 @@
 #include "model/layerselection.h"
 
 #include "base/parallel.h"
-#include "spectral/primitives/maskproduct.h"
-#include "spectral/primitives/vectors.h"
+#include "spectral/primitives/maskedframe.h"
 
 #include <algorithm>
 
@@ -16,47 +15,6 @@ constexpr int64_t parallelFrames = 64;
 int64_t floorDiv(int64_t a, int64_t b)
 {
     return a / b - (a % b < 0);
-}
-
-// Scratch of one thread.
-struct Scratch
-{
-    ArrayTemplate<float> frame; // M points
-    ArrayTemplate<Complex> spectrum;
-};
-
-// One frame: window, mask, and the middle 2 H samples back, added to `out` at the frame's middle.
-// `samples` begins where the window does.
-void filterFrame(const Transform& transform, const float* maskRow, const float* samples, float* out)
-{
-    thread_local Scratch scratch;
-    const int64_t size = transform.frameSize;
-    const int64_t type = transform.sampleType;
-    scratch.frame.resize(int64_t(transform.dftLength()) * type);
-    scratch.spectrum.resize(transform.bins());
-    const int64_t padding = (int64_t(transform.zeroPadding) - 1) * size / 2;
-    float* frame = scratch.frame.data();
-    vec::zero(frame, scratch.frame.size());
-    float* middle = frame + padding * type;
-    if (type == SampleTypeReal) {
-        vec::multiply(middle, samples, transform.analysisWindow.data(), size);
-        transform.forward(frame, scratch.spectrum.data());
-        multiplyByMask(scratch.spectrum.data(), maskRow, transform);
-        transform.inverse(scratch.spectrum.data(), frame);
-    } else {
-        auto* points = reinterpret_cast<Complex*>(frame);
-        vec::multiply(points + padding, reinterpret_cast<const Complex*>(samples),
-                      transform.analysisWindow.data(), size);
-        transform.forward(points, scratch.spectrum.data());
-        multiplyByMask(scratch.spectrum.data(), maskRow, transform);
-        transform.inverse(scratch.spectrum.data(), points);
-    }
-    const int64_t hop = transform.hop();
-    const int64_t from = std::max<int64_t>(size / 2 - hop, 0);
-    const int64_t to = std::min(size / 2 + hop, size);
-    for (int64_t i = from; i < to; ++i)
-        for (int64_t part = 0; part < type; ++part)
-            out[i * type + part] += middle[i * type + part] * transform.synthesisWindow[i];
 }
 
 } // namespace
@@ -127,6 +85,7 @@ void LayerSelection::filter(const View& view, const Frames& frames, std::vector<
 {
     const Transform& transform = *view.transform;
     const int64_t hop = transform.hop();
+    const int64_t half = transform.frameSize / 2;
     const int64_t type = transform.sampleType;
     std::vector<std::vector<float>> results(lanes.size());
     for (std::size_t i = 0; i < lanes.size(); ++i)
@@ -146,8 +105,8 @@ void LayerSelection::filter(const View& view, const Frames& frames, std::vector<
                 const int64_t row = parity + 2 * (index % mine);
                 const auto lane = std::size_t(index / mine);
                 const int64_t offset = hop * (start + row) * type;
-                filterFrame(transform, mask.data.data() + row * mask.outputs, lanes[lane].data() + offset,
-                            results[lane].data() + offset);
+                addMaskedFrame(transform, mask.data.data() + row * mask.outputs, lanes[lane].data() + offset,
+                               results[lane].data() + offset + half * type);
             };
             const int64_t tasks = mine * int64_t(lanes.size());
             if (tasks >= parallelFrames)
