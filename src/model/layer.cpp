@@ -234,6 +234,14 @@ bool Layer::takeStorageError(QString* words)
     return true;
 }
 
+bool Layer::hasStorageError(QString* words) const
+{
+    const std::lock_guard locker(m_small);
+    if (m_storageFailed && words)
+        *words = m_storageWords;
+    return m_storageFailed;
+}
+
 // --- the tree, as far as a layer has one -----------------------------------------------------------
 
 bool Layer::contains(ILayerPtr layer, bool recursive) const

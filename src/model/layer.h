@@ -82,6 +82,8 @@ public:
     // True when something could not be stored since the last call; `words` (may be null) receives
     // folder and cause of the first failure, for a message box. Any thread.
     bool takeStorageError(QString* words = nullptr);
+    // The same, left for the next caller.
+    [[nodiscard]] bool hasStorageError(QString* words = nullptr) const;
 
     // Raw data span, whatever offset and scales say. Any thread.
     [[nodiscard]] Range dataRange() const;
