@@ -1,6 +1,9 @@
 #include "model/history.h"
 
+#include "model/documentlock.h"
+
 #include <algorithm>
+#include <optional>
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -46,8 +49,8 @@ bool isSameList(const QList<HistoryEntry>& a, const QList<HistoryEntry>& b)
     });
 }
 
-// Before several groups get other children: whoever leaves a group leaves it first. So a reader on
-// another thread finds a tree at any moment, and never a group below itself.
+// Before several groups get other children: whoever leaves a group leaves it first, so that no group is
+// ever below itself, not even for a reader without a lock.
 void removeLeavers(const ILayerPtr& group, const LayerPtr& target)
 {
     if (group->type() != LayerTypeGroup || !target)
@@ -57,6 +60,23 @@ void removeLeavers(const ILayerPtr& group, const LayerPtr& target)
         if (!staying.contains(child))
             group->removeChildLayer(child);
 }
+
+// Held while groups get other children: between two of those steps a layer may be in two places, or in
+// none, and a reader that holds the document's lock sees neither. Taken only for groups, since it waits
+// for the pictures in work.
+class TreeLock
+{
+public:
+    explicit TreeLock(const QList<ILayerPtr>& layers)
+    {
+        if (std::any_of(layers.begin(), layers.end(),
+                        [](const ILayerPtr& layer) { return layer->type() != LayerTypeLayer; }))
+            m_locker.emplace(documentLock());
+    }
+
+private:
+    std::optional<WriteLocker> m_locker;
+};
 
 bool takeError(const ILayerPtr& layer, QString* words)
 {
@@ -264,21 +284,24 @@ void History::showStates(const QList<HistoryEntry>& states, int row)
 
 void History::takeBackAction(const QHash<ILayerPtr, LayerRecord>& committed, const QList<ILayerPtr>& rest)
 {
-    for (auto it = committed.begin(); it != committed.end(); ++it)
-        removeLeavers(it.key(), it.value().before);
-    for (const ILayerPtr& layer : rest)
-        removeLeavers(layer, groupBefore(layer));
-    for (auto it = committed.begin(); it != committed.end(); ++it) {
-        it.key()->applyRecord(it.value(), 0);
-        if (isApplied(it.key(), it.value(), 0)) {
-            m_dirty.erase(it.key());
-        } else if (const auto layer = std::dynamic_pointer_cast<Layer>(it.key())) {
-            qWarning().noquote() << "no space to take the edit of" << layer->name() << "back";
-            layer->takeStorageError();
-            layer->forgetRecord(it.value());
+    {
+        const TreeLock lock(committed.keys() + rest);
+        for (auto it = committed.begin(); it != committed.end(); ++it)
+            removeLeavers(it.key(), it.value().before);
+        for (const ILayerPtr& layer : rest)
+            removeLeavers(layer, groupBefore(layer));
+        for (auto it = committed.begin(); it != committed.end(); ++it) {
+            it.key()->applyRecord(it.value(), 0);
+            if (isApplied(it.key(), it.value(), 0)) {
+                m_dirty.erase(it.key());
+            } else if (const auto layer = std::dynamic_pointer_cast<Layer>(it.key())) {
+                qWarning().noquote() << "no space to take the edit of" << layer->name() << "back";
+                layer->takeStorageError();
+                layer->forgetRecord(it.value());
+            }
         }
+        takeBackLayers(rest);
     }
-    takeBackLayers(rest);
     HistoryEntry entry;
     recordLists(entry);
     applyLists(entry, 0);
@@ -288,6 +311,7 @@ void History::takeBackAction(const QHash<ILayerPtr, LayerRecord>& committed, con
 
 bool History::takeBackLayers(const QList<ILayerPtr>& layers)
 {
+    const TreeLock lock(layers);
     bool done = true;
     for (const ILayerPtr& layer : layers)
         removeLeavers(layer, groupBefore(layer));
@@ -352,6 +376,7 @@ bool History::applyLayers(const HistoryEntry& entry, int32_t direction)
             layer->applyRecord(records[layer], 1 - direction);
         return false;
     }
+    const TreeLock lock(records.keys());
     for (auto it = records.begin(); it != records.end(); ++it)
         removeLeavers(it.key(), direction == 0 ? it.value().before : it.value().after);
     for (auto it = records.begin(); it != records.end(); ++it)
