@@ -302,6 +302,16 @@ SamplingFormat Layer::format() const
     return m_store.format();
 }
 
+void Layer::readData(float* out, Range range) const
+{
+    m_store.read(out, range, -1, true, 1.0f);
+}
+
+void Layer::keepFile()
+{
+    m_store.keepFile();
+}
+
 Range Layer::dataRange() const
 {
     return m_store.range();

@@ -68,6 +68,11 @@ public:
     [[nodiscard]] static LayerPtr fromFile(const SamplingFormat& format, const LayerHeader& header,
                                            int64_t start, const QString& path, bool copyFile,
                                            bool withBackup);
+    // The same for a session file that is adopted, with the cause in `words` instead of the log. What
+    // became of a file of less than a sample point is an empty layer without a cause.
+    [[nodiscard]] static LayerPtr adoptFile(const SamplingFormat& format, const LayerHeader& header,
+                                            int64_t start, const QString& path, bool withBackup,
+                                            QString* words);
     // Name, mixing properties, colour, offset, scales and format of `other`; no data, no backup.
     [[nodiscard]] static LayerPtr headerCopy(const Layer& other);
 
@@ -87,6 +92,12 @@ public:
 
     // Raw data span, whatever offset and scales say. Any thread.
     [[nodiscard]] Range dataRange() const;
+    // The samples as they are stored, for a raw span, all channels interleaved; zero where there is no
+    // data. For saving. Any thread.
+    void readData(float* out, Range range) const;
+    // The file stays on disk when the layer dies: a document is given up that was half read from files
+    // that were there before.
+    void keepFile();
     [[nodiscard]] LayerHeader header() const;
     void setTimeOffset(double samples);
     void setScale(float timeScale, float gainScale);

@@ -42,17 +42,32 @@ std::unique_ptr<SessionFile> copyOf(const QString& path, QString* cause)
 LayerPtr Layer::fromFile(const SamplingFormat& format, const LayerHeader& header, int64_t start,
                          const QString& path, bool copyFile, bool withBackup)
 {
-    const LayerPtr layer = create(format, header, start, false);
-    if (!path.isEmpty()) {
-        QString cause;
-        std::unique_ptr<SessionFile> file;
-        if (copyFile)
-            file = copyOf(path, &cause);
-        else if (!(file = SessionFile::adopt(SampleStore::sessionFolder(), path)))
+    QString cause;
+    LayerPtr layer;
+    if (path.isEmpty() || copyFile) {
+        layer = create(format, header, start, false);
+        std::unique_ptr<SessionFile> file = path.isEmpty() ? nullptr : copyOf(path, &cause);
+        if (file && !layer->m_store.adopt(file))
             cause = SessionFile::lastError();
-        if (!file || !layer->m_store.adopt(std::move(file)))
-            qWarning().noquote() << "Sample file" << path << "cannot be used:" << cause;
+        if (withBackup)
+            layer->startBackup();
+    } else {
+        layer = adoptFile(format, header, start, path, withBackup, &cause);
     }
+    if (!cause.isEmpty())
+        qWarning().noquote() << "Sample file" << path << "cannot be used:" << cause;
+    return layer;
+}
+
+LayerPtr Layer::adoptFile(const SamplingFormat& format, const LayerHeader& header, int64_t start,
+                          const QString& path, bool withBackup, QString* words)
+{
+    const LayerPtr layer = create(format, header, start, false);
+    std::unique_ptr<SessionFile> file = SessionFile::adopt(SampleStore::sessionFolder(), path);
+    if (!file || !layer->m_store.adopt(file))
+        *words = SessionFile::lastError();
+    if (file)
+        file->keep(); // still as it was
     if (withBackup)
         layer->startBackup();
     return layer;

@@ -86,6 +86,11 @@ void LayerGroup::setList(const QList<ILayerPtr>& children)
     exchangeList(children);
 }
 
+void LayerGroup::setNewChildren(const QList<ILayerPtr>& layers)
+{
+    setList(layers);
+}
+
 bool LayerGroup::isEmpty() const
 {
     return list().isEmpty();

@@ -33,6 +33,10 @@ public:
     // Trees of any depth die without recursion.
     ~LayerGroup() override;
 
+    // The list of a group that is built from a file, at a cost that does not grow with its square:
+    // layers of this group's format that stand in no group yet, each once, none of which holds this group.
+    void setNewChildren(const QList<ILayerPtr>& layers);
+
     [[nodiscard]] int32_t type() const override { return LayerTypeGroup; }
     [[nodiscard]] Range range(bool withAttached = false) const override;
     [[nodiscard]] bool isEmpty() const override;

@@ -271,13 +271,19 @@ bool SampleStore::setFormat(const SamplingFormat& format)
     return true;
 }
 
-bool SampleStore::adopt(std::unique_ptr<SessionFile> file)
+bool SampleStore::adopt(std::unique_ptr<SessionFile>& file)
 {
     const int64_t frames = m_format.frameBytes() > 0 ? file->size() / m_format.frameBytes() : 0;
     if (!file->resize(frames * std::max<int64_t>(0, m_format.frameBytes())))
         return false;
     exchange(frames > 0 ? std::move(file) : nullptr, {m_start, frames});
     return true;
+}
+
+void SampleStore::keepFile()
+{
+    if (m_file)
+        m_file->keep();
 }
 
 bool SampleStore::reserve(int64_t frames)

@@ -71,8 +71,10 @@ public:
     void takeOver(SampleStore& other);
     // See Layer::setFormat.
     [[nodiscard]] bool setFormat(const SamplingFormat& format);
-    // Takes a file over as it is: the samples of the whole span.
-    [[nodiscard]] bool adopt(std::unique_ptr<SessionFile> file);
+    // Takes a file over as it is: the samples of the whole span. On false it is still the caller's.
+    [[nodiscard]] bool adopt(std::unique_ptr<SessionFile>& file);
+    // The file stays when the store dies.
+    void keepFile();
 
     // See Layer::append.
     [[nodiscard]] bool append(const float* interleaved, int64_t frames);
