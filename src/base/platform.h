@@ -41,6 +41,9 @@ void becomeBackgroundHelper();
 // Creates an empty file for this user alone (0600). False when it exists, also as a dangling link.
 [[nodiscard]] bool createPrivateFile(const QString& path);
 
+// A second name for a file, on the same file system, that must be free. False where there is none to be had.
+[[nodiscard]] bool linkFile(const QString& from, const QString& to);
+
 // True once the data of the open file, or the names in the folder, are on the disk. A folder on a
 // file system that cannot do it counts as done.
 [[nodiscard]] bool syncFile(int descriptor);

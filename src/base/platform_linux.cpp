@@ -144,6 +144,11 @@ bool syncFile(int descriptor)
     return result == 0;
 }
 
+bool linkFile(const QString& from, const QString& to)
+{
+    return link(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
 bool syncFolder(const QString& path)
 {
     const int folder = open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
