@@ -6,8 +6,10 @@
 #include <QFile>
 #include <QMatrix4x4>
 #include <QOpenGLContext>
+#include <QOpenGLPixelTransferOptions>
 #include <QPainter>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -144,10 +146,30 @@ void QOpenGLChannel::makePrograms()
     }
 }
 
+// The levels are scaled here and not by glGenerateMipmap: a software renderer compiles code for that, anew
+// in the context of every view, which took most of the time until a view was shown.
 std::unique_ptr<QOpenGLTexture> QOpenGLChannel::imageTexture(const QImage& image, bool mipmaps)
 {
     auto texture = std::make_unique<QOpenGLTexture>(QOpenGLTexture::Target2D);
-    texture->setData(image, mipmaps ? QOpenGLTexture::GenerateMipMaps : QOpenGLTexture::DontGenerateMipMaps);
+    if (image.isNull() || !mipmaps) {
+        texture->setData(image, QOpenGLTexture::DontGenerateMipMaps);
+        return texture;
+    }
+    const bool oldEs = QOpenGLContext::currentContext()->isOpenGLES() &&
+                       QOpenGLContext::currentContext()->format().majorVersion() < 3;
+    texture->setFormat(oldEs ? QOpenGLTexture::RGBAFormat : QOpenGLTexture::RGBA8_UNorm);
+    texture->setSize(image.width(), image.height());
+    texture->setMipLevels(texture->maximumMipLevels());
+    texture->setAutoMipMapGenerationEnabled(false);
+    texture->allocateStorage(QOpenGLTexture::RGBA, QOpenGLTexture::UInt8);
+    QOpenGLPixelTransferOptions options;
+    options.setAlignment(1);
+    for (int level = 0; level < texture->mipLevels(); ++level) {
+        const QSize size(std::max(1, image.width() >> level), std::max(1, image.height() >> level));
+        const QImage scaled = image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                                  .convertToFormat(QImage::Format_RGBA8888);
+        texture->setData(level, QOpenGLTexture::RGBA, QOpenGLTexture::UInt8, scaled.constBits(), &options);
+    }
     return texture;
 }
 

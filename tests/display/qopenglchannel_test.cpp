@@ -200,6 +200,32 @@ TEST_F(Drawing, aTextureIsTransparentBeyondItsEdges)
     EXPECT_EQ(image.pixelColor(32, 60).red(), 0);
 }
 
+// Small ones are drawn from the smaller levels.
+TEST_F(Drawing, theDiscOfTheControlsIsADiscAtEverySize)
+{
+    for (const int size : {16, 8, 4}) {
+        const QImage image = draw([size](ProbeChannel& probe) {
+            probe.gl().glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+            probe.m_textureProgram->bind();
+            probe.m_textureProgram->setUniformValue("tex", 0);
+            probe.m_textureProgram->setUniformValue("color", QColor(Qt::white));
+            probe.m_controlTexture->bind(0);
+            probe.drawQuad(*probe.m_textureProgram, unitSquare(), QRectF(0, 0, size / 64.0, size / 64.0),
+                           wholeView);
+        });
+        const QImage disc = image.copy(0, 64 - size, size, size);
+        double lit = 0;
+        for (int y = 0; y < size; ++y)
+            for (int x = 0; x < size; ++x)
+                lit += qGray(disc.pixel(x, y)) / 255.0;
+        // White inside, with a dark pen of one texel around it.
+        const double inside = M_PI / 4 * std::pow(1 - 2.0 / 16, 2);
+        EXPECT_NEAR(lit / (size * size), inside, 0.12) << size;
+        EXPECT_LT(qGray(disc.pixel(0, 0)), 128) << size;
+        EXPECT_GT(qGray(disc.pixel(size / 2, size / 2)), 200) << size;
+    }
+}
+
 TEST_F(Drawing, selectionStrengthInTheLowerHalfBorderInTheUpper)
 {
     QImage mask(3, 1, QImage::Format_Grayscale8);
