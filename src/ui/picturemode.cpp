@@ -47,11 +47,13 @@ QMessageBox::StandardButton answer(const messages::Box& box)
     return asksAboutFormat(box) ? QMessageBox::Yes : box.defaultButton;
 }
 
+// All in one pass: each pass of its own puts the whole window together anew.
 void repaintViews(const ChannelsDisplay& display)
 {
     for (SpectralChannel* view : display.spectralChannels())
         if (!view->visibleRegion().isEmpty())
-            view->repaint();
+            view->update();
+    QCoreApplication::sendPostedEvents();
 }
 
 // Runs the event loop until every texture in sight is drawn. A request goes out with a repaint; so
