@@ -278,38 +278,54 @@ int64_t Resampler::read(float* out, int64_t frames)
 
 int64_t Resampler::processAll(const float* in, int64_t inFrames, float* out, int64_t outFrames)
 {
-    if (!m_usable || !in || !out || inFrames < 1)
+    if (!in)
+        return 0;
+    return processPieces([&](int64_t first, int64_t) { return in + first * m_inputLanes; }, inFrames, out,
+                         outFrames);
+}
+
+int64_t Resampler::processPieces(const Pieces& pieces, int64_t inFrames, float* out, int64_t outFrames)
+{
+    if (!m_usable || !out || inFrames < 1)
         return 0;
     clear();
     // No more than there is.
     outFrames = outFrames > 0 ? std::min(outFrames, defaultOutput(inFrames)) : defaultOutput(inFrames);
     const DenormalsOff denormalsOff;
     if (m_ratio == 1)
-        return remixAll(in, inFrames, out, outFrames);
+        return remixAll(pieces, std::min(inFrames, outFrames), out);
     if (m_plain && inFrames < shortSignal && outFrames < shortSignal) {
+        const float* in = pieces(0, inFrames);
+        if (!in)
+            return 0;
         const int64_t made = SoxrStream::oneShot(m_input.sampleRate, m_input.sampleRate * m_ratio, m_lanes,
                                                  m_highQuality, in, inFrames, out, outFrames);
         // soxr rounds a half down, and without room for the last input it does not flush.
         if (made == outFrames)
             return made;
     }
-    return convertByLanes(in, inFrames, out, outFrames);
+    return convertByLanes(pieces, inFrames, out, outFrames);
 }
 
-int64_t Resampler::remixAll(const float* in, int64_t inFrames, float* out, int64_t outFrames) const
+int64_t Resampler::remixAll(const Pieces& pieces, int64_t frames, float* out) const
 {
-    const int64_t frames = std::min(inFrames, outFrames);
-    if (m_plain)
-        std::copy_n(in, frames * m_inputLanes, out);
-    else
-        remix(m_matrix, in, m_input.sampleType, out, m_output.sampleType, frames);
+    for (int64_t done = 0; done < frames; done += blockFrames) {
+        const int64_t count = std::min(blockFrames, frames - done);
+        const float* in = pieces(done, count);
+        if (!in)
+            return done;
+        if (m_plain)
+            std::copy_n(in, count * m_inputLanes, out + done * m_outputLanes);
+        else
+            remix(m_matrix, in, m_input.sampleType, out + done * m_outputLanes, m_output.sampleType, count);
+    }
     return frames;
 }
 
 // Each lane has a resampler of its own, so that lanes can go on different threads. A round takes a
 // few blocks of input of all lanes, and ends with their interleaving. Lanes are alike, so all of them
 // take and make the same counts.
-int64_t Resampler::convertByLanes(const float* in, int64_t inFrames, float* out, int64_t outFrames)
+int64_t Resampler::convertByLanes(const Pieces& pieces, int64_t inFrames, float* out, int64_t outFrames)
 {
     const int64_t roundFrames = blockFor(m_ratio) * std::clamp<int64_t>(8 / m_lanes, 1, 4);
     const int64_t roundRoom =
@@ -319,14 +335,17 @@ int64_t Resampler::convertByLanes(const float* in, int64_t inFrames, float* out,
         lanes.push_back(std::make_unique<Lane>(m_input.sampleRate, m_ratio, m_highQuality, roundRoom));
     const bool remixBefore = !m_plain && !m_resampleFirst;
     const bool remixAfter = !m_plain && m_resampleFirst;
+    int64_t used = 0;
     int64_t written = 0;
     while (written < outFrames) {
-        const int64_t frames = std::min(roundFrames, inFrames);
+        const int64_t frames = std::min(roundFrames, inFrames - used);
         const int64_t room = std::min(roundRoom, outFrames - written);
-        const float* source = in;
+        const float* source = frames > 0 ? pieces(used, frames) : nullptr;
+        if (frames > 0 && !source)
+            break;
         if (remixBefore) {
             m_scratch.resize(std::size_t(frames * m_lanes));
-            remix(m_matrix, in, m_input.sampleType, m_scratch.data(), m_output.sampleType, frames);
+            remix(m_matrix, source, m_input.sampleType, m_scratch.data(), m_output.sampleType, frames);
             source = m_scratch.data();
         }
         parallelFor(m_lanes, [&](int64_t i) {
@@ -344,8 +363,7 @@ int64_t Resampler::convertByLanes(const float* in, int64_t inFrames, float* out,
         interleave(lanes, target, step.made);
         if (remixAfter)
             remix(m_matrix, target, m_input.sampleType, out, m_output.sampleType, step.made);
-        in += step.used * m_inputLanes;
-        inFrames -= step.used;
+        used += step.used;
         out += step.made * m_outputLanes;
         written += step.made;
     }

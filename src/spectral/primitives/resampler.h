@@ -3,6 +3,7 @@
 
 #include "spectral/primitives/iresampler.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -33,6 +34,12 @@ public:
     int64_t process(const float* in, int64_t inFrames, float* out, int64_t outFrames) override;
     // Long signals are converted one lane (a float of the frame) on each thread of the pool.
     int64_t processAll(const float* in, int64_t inFrames, float* out, int64_t outFrames) override;
+    // Frames [first, first + count) of a signal, valid until the next call. Null stops the conversion.
+    using Pieces = std::function<const float*(int64_t first, int64_t count)>;
+    // As processAll, for a signal that nobody holds in one piece. It is asked for from its start to its
+    // end, on the calling thread and in pieces of a few blocks, so null is soon heard; a piece may begin
+    // with frames that the one before held already.
+    int64_t processPieces(const Pieces& pieces, int64_t inFrames, float* out, int64_t outFrames);
     [[nodiscard]] bool isEmpty() const override { return m_pending.empty(); }
     [[nodiscard]] int64_t available() const override;
     int64_t read(float* out, int64_t frames) override;
@@ -42,13 +49,15 @@ public:
     // Output rate / input rate.
     [[nodiscard]] double ratio() const { return m_ratio; }
     [[nodiscard]] const char* error() const;
+    // Whether both formats and their ratio are such that it answers at all.
+    [[nodiscard]] bool isUsable() const { return m_usable && !error(); }
 
 private:
     void start();
     [[nodiscard]] int64_t defaultOutput(int64_t inFrames) const;
     int64_t convert(const float* in, int64_t inFrames, float* out, int64_t room);
-    int64_t remixAll(const float* in, int64_t inFrames, float* out, int64_t outFrames) const;
-    int64_t convertByLanes(const float* in, int64_t inFrames, float* out, int64_t outFrames);
+    int64_t remixAll(const Pieces& pieces, int64_t frames, float* out) const;
+    int64_t convertByLanes(const Pieces& pieces, int64_t inFrames, float* out, int64_t outFrames);
 
     SamplingFormat m_input;
     SamplingFormat m_output;

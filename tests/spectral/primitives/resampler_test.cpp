@@ -113,6 +113,39 @@ TEST(Resampler, OutputCountOfZeroIsTheRoundedOne)
         }
 }
 
+TEST(Resampler, ASignalInPiecesGivesTheSameAndStopsWhereThePiecesDo)
+{
+    const std::vector<float> in = noise(2 * 400000);
+    for (const auto& [to, matrix] : {std::pair{format(48000, 2), Matrix(2, 2)},
+                                     {format(48000, 1), Matrix()},
+                                     {format(44100, 1), Matrix()}}) {
+        Resampler resampler(format(44100, 2), to, matrix, true);
+        const std::vector<float> whole = convertAll(resampler, in, 500000);
+        std::vector<float> out(whole.size());
+        int64_t next = 0;
+        int pieces = 0;
+        const auto piece = [&](int64_t first, int64_t count) {
+            EXPECT_LE(first, next) << "no gap";
+            EXPECT_LE(first + count, 400000);
+            next = first + count;
+            ++pieces;
+            return in.data() + 2 * first;
+        };
+        const int64_t frames = int64_t(whole.size()) / to.channels;
+        EXPECT_EQ(resampler.processPieces(piece, 400000, out.data(), 0), frames);
+        EXPECT_EQ(next, 400000);
+        EXPECT_GE(pieces, 3);
+        EXPECT_TRUE(out == whole);
+        int left = 2;
+        const int64_t made = resampler.processPieces(
+            [&](int64_t first, int64_t) { return --left < 0 ? nullptr : in.data() + 2 * first; }, 400000,
+            out.data(), 0);
+        EXPECT_EQ(left, -1) << "null is not asked twice";
+        EXPECT_LT(made, frames);
+        EXPECT_TRUE(std::equal(whole.begin(), whole.begin() + made * to.channels, out.begin()));
+    }
+}
+
 TEST(Resampler, AnAskedCountIsNeverExceeded)
 {
     const std::vector<float> in = noise(200000);
