@@ -386,11 +386,9 @@ bool Layer::write(const float* in, Range range, int32_t channel, bool overwrite)
     in += (target.start - range.start) * (channel < 0 ? form.frameBytes() / 4 : form.sampleType);
     if (!makeRoom(target))
         return false;
-    {
-        const ReadLocker locker(m_edit);
-        m_store.store(in, target, channel, overwrite);
-    }
-    stampContent();
+    const ReadLocker locker(m_edit);
+    m_store.store(in, target, channel, overwrite);
+    stampContent(); // under the lock: whoever gets it exclusively sees each write by its stamp
     return true;
 }
 
@@ -432,8 +430,8 @@ void Layer::mixIn(const ILayerPtr& source, const Range& range, float gain, bool 
         source->read(buffer.data(), part, -1, true, false, gain);
         const ReadLocker locker(m_edit);
         m_store.store(buffer.data(), part, -1, overwrite);
+        stampContent();
     }
-    stampContent();
 }
 
 void Layer::copyFromLayer(const ILayerPtr& source, Range range, bool withProperties)
@@ -476,17 +474,15 @@ bool Layer::append(const float* interleaved, int64_t frames)
 {
     if (frames < 1)
         return true;
-    {
-        const WriteLocker locker(m_edit);
-        const Range data = m_store.range();
-        if (m_store.format().frameBytes() < 1 || frames > maxPosition - data.end())
-            return false;
-        if (!m_store.append(interleaved, frames)) {
-            setStorageError();
-            return false;
-        }
-        markChanged({data.end(), frames});
+    const WriteLocker locker(m_edit);
+    const Range data = m_store.range();
+    if (m_store.format().frameBytes() < 1 || frames > maxPosition - data.end())
+        return false;
+    if (!m_store.append(interleaved, frames)) {
+        setStorageError();
+        return false;
     }
+    markChanged({data.end(), frames});
     stampContent();
     return true;
 }
@@ -621,43 +617,6 @@ void Layer::cropTo(Range range)
     }
     stampContent();
 }
-
-void Layer::setFormat(const SamplingFormat& format)
-{
-    {
-        const WriteLocker locker(m_edit);
-        if (!m_store.setFormat(format)) {
-            setStorageError();
-            return;
-        }
-        renewBackup();
-    }
-    stampContent();
-}
-
-bool Layer::changeFormat(const SamplingFormat& format, const Matrix& matrix, const Progress& progress)
-{
-    if (needsResampling(format, matrix))
-        return false;
-    setFormat(format);
-    if (progress)
-        progress(1, 1);
-    return true;
-}
-
-bool Layer::needsResampling(const SamplingFormat& target, const Matrix& matrix) const
-{
-    if (isEmpty())
-        return false;
-    const SamplingFormat form = format();
-    if (form.sampleRate != target.sampleRate || !sameLayout(form, target))
-        return true;
-    const Matrix identity(form.channels, form.channels);
-    return matrix.outputs != identity.outputs || matrix.inputs != identity.inputs ||
-           !std::equal(matrix.data.begin(), matrix.data.end(), identity.data.begin(), identity.data.end());
-}
-
-void Layer::stretch(double) {}
 
 // --- copies ----------------------------------------------------------------------------------------
 

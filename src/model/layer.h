@@ -132,7 +132,9 @@ public:
     // and stays so).
     bool finishAppend();
 
-    // Whether the samples here would have to be computed anew for that format.
+    // Whether the samples here would have to be computed anew for that format: its rate, sample type or
+    // channel count is another one, or the matrix is not the identity (an empty one asks for the default
+    // remix, and is none).
     [[nodiscard]] virtual bool needsResampling(const SamplingFormat& target, const Matrix& matrix) const;
 
     // --- ILayer ------------------------------------------------------------------------------------
@@ -205,12 +207,20 @@ public:
     void moveBy(int64_t samples) override;
     // With data, the bytes of the file are taken as samples of the new format.
     void setFormat(const SamplingFormat& format) override;
-    // Stores the format of an empty layer, or one that only names the same samples differently (same
-    // rate, sample type and channel count, identity matrix), and drops the undo state. There is no
-    // resampling yet: false, with nothing changed, where samples would have to be computed.
-    // `progress` is called once, with (1, 1).
+    // The samples in another format, the start and the length by the ratio of the rates: remixed by
+    // `matrix` (one row for each channel of the old format; all zeros or empty: the default remix of the
+    // two formats) and converted in rate by a Resampler. Where needsResampling() says no, only the
+    // format is stored. What could be undone can not be undone any more, and the records are dropped.
+    //
+    // False, and nothing has changed: there is no room (takeStorageError() tells it), `progress`
+    // answered false, the Resampler refuses format or ratio, or something was written here meanwhile.
+    // `progress` is called with (0, 1) again and again, and with (1, 1) before the new samples take
+    // the place of the old ones; it may run the event loop, as no lock is held then. Readers go on with
+    // the old samples until documentLock() is taken for the exchange.
     bool changeFormat(const SamplingFormat& format, const Matrix& matrix, const Progress& progress) override;
-    // There is no resampling yet: does nothing but for a ratio of 1, which is the identity.
+    // The samples drawn out to llround(length * ratio) from the same start, by a plain conversion of the
+    // rate. Can be undone. Does nothing for a ratio of 1 and for one that the Resampler refuses; without
+    // room nothing has changed.
     void stretch(double ratio) override;
     void extendTo(Range range) override;
     void insertTime(Range range) override;
@@ -244,6 +254,21 @@ protected:
     // An empty layer of the same kind for the next before-image.
     [[nodiscard]] virtual LayerPtr makeBackup() const;
 
+    friend class FormatChange;
+    // A change of format in two halves, so that several layers change or none does.
+    struct Conversion
+    {
+        std::unique_ptr<SampleStore> samples; // null: those that are there do
+        int64_t contentTime = 0;              // of the samples that were converted
+        QList<LayerRecord> records;           // of the old samples
+    };
+    // Computes what is to come and changes nothing. False as in changeFormat().
+    [[nodiscard]] virtual bool prepareFormat(const SamplingFormat& format, const Matrix& matrix,
+                                             const std::function<bool()>& goOn, Conversion& result) const;
+    // Puts it into effect. The old samples and records are in `conversion` afterwards, so that their
+    // files die when the caller no longer holds a lock.
+    virtual void adoptFormat(const SamplingFormat& format, Conversion& conversion);
+
     mutable ReadWriteLock m_edit; // shared by write(), exclusive for whatever changes span or undo state
     LayerPtr m_backup;            // guarded by m_edit
     Range m_backupRange;          // guarded by m_edit
@@ -259,6 +284,11 @@ private:
     void markChanged(const Range& range);
     void mixIn(const ILayerPtr& source, const Range& range, float gain, bool overwrite);
     [[nodiscard]] bool setSpan(const Range& target); // setRange with m_edit held exclusively
+    // All samples through `resampler`, in a store of `format` from `start` on; null without room (the
+    // storage error is set), or when goOn() or the resampler says no. Without m_edit.
+    [[nodiscard]] std::unique_ptr<SampleStore> converted(Resampler& resampler, const SamplingFormat& format,
+                                                         int64_t start,
+                                                         const std::function<bool()>& goOn) const;
 
     SampleStore m_store; // has its own locks; its structure changes only with m_edit held exclusively
     std::atomic<bool> m_enabled;

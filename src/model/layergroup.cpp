@@ -1,5 +1,6 @@
 #include "model/layergroup.h"
 
+#include "model/formatchange.h"
 #include "model/releaselater.h"
 #include "spectral/primitives/vectors.h"
 
@@ -332,16 +333,11 @@ bool LayerGroup::needsResampling(const SamplingFormat& target, const Matrix& mat
 
 bool LayerGroup::changeFormat(const SamplingFormat& format, const Matrix& matrix, const Progress& progress)
 {
-    if (needsResampling(format, matrix))
-        return false;
-    const QList<ILayerPtr> children = list();
-    bool done = true;
-    for (int i = 0; i < children.size(); ++i) {
-        done = children[i]->changeFormat(format, matrix, {}) && done;
-        if (progress)
-            progress(i + 1, children.size());
-    }
-    Layer::setFormat(format);
+    FormatChange change(format, matrix);
+    change.add(shared_from_this());
+    const bool done = change.run(progress);
+    if (change.withoutRoom())
+        setStorageError();
     return done;
 }
 

@@ -72,8 +72,9 @@ public:
     void cropTo(Range range) override;
     // Also on every child, so that all keep the group's format.
     void setFormat(const SamplingFormat& format) override;
-    // All children or none: false, with nothing changed, where the samples of any would have to be
-    // computed. The progress counts children.
+    // All children, each once, or none (see Layer::changeFormat() and FormatChange); then the group's own.
+    // The progress counts the layers below that are no groups. Without room the storage error of the
+    // group is set too.
     bool changeFormat(const SamplingFormat& format, const Matrix& matrix, const Progress& progress) override;
 
     [[nodiscard]] bool needsResampling(const SamplingFormat& target, const Matrix& matrix) const override;

@@ -32,6 +32,14 @@ int64_t floatsFor(const SamplingFormat& format, int32_t channel)
     return channel < format.channels ? format.sampleType : 0;
 }
 
+// A source that is still, or already, of another format is not heard: what it reads and takes would
+// not fit the buffers of the region's format.
+bool isHeard(const Layer& source, const SamplingFormat& format)
+{
+    const SamplingFormat own = source.format();
+    return own.channels == format.channels && own.sampleType == format.sampleType;
+}
+
 } // namespace
 
 LayerRegionPtr LayerRegion::create(const LayerPtr& source, int64_t start, int64_t length,
@@ -147,7 +155,7 @@ void LayerRegion::read(float* out, Range range, int32_t channel, bool overwrite,
     if (range.isEmpty())
         return;
     const Range ask{toRaw(range.start, v.window.start), range.length};
-    const Range clip = ask.intersected(v.window);
+    const Range clip = isHeard(*v.source, v.format) ? ask.intersected(v.window) : Range();
     const float gainScale = scale().second;
     if (overwrite && (width < 1 || clip.length < ask.length || gainScale != 1))
         vec::zero(out, range.length * std::max<int64_t>(width, v.format.sampleType));
@@ -166,7 +174,7 @@ bool LayerRegion::write(const float* in, Range range, int32_t channel, bool over
 {
     const View v = view();
     const int64_t width = floatsFor(v.format, channel);
-    if (width < 1)
+    if (width < 1 || !isHeard(*v.source, v.format))
         return false;
     const Range clip = range.intersected(v.window);
     if (clip.isEmpty())
@@ -207,7 +215,7 @@ void LayerRegion::replaceByLayer(const ILayerPtr& source, float gain, bool overw
         mixIn(*source, source->range(), gain, overwrite);
 }
 
-bool LayerRegion::changeFormat(const SamplingFormat& format, const Matrix&, const Progress& progress)
+void LayerRegion::adoptFormat(const SamplingFormat& format, Conversion&)
 {
     {
         const std::lock_guard locker(m_viewMutex);
@@ -227,9 +235,6 @@ bool LayerRegion::changeFormat(const SamplingFormat& format, const Matrix&, cons
     }
     newBackup();
     stampContent();
-    if (progress)
-        progress(1, 1);
-    return true;
 }
 
 // --- copies and undo -------------------------------------------------------------------------------

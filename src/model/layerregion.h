@@ -16,6 +16,9 @@ using LayerRegionPtr = std::shared_ptr<class LayerRegion>;
 // do nothing here (clear, setRange, setFormat, extendTo, insertTime, deleteTime, cropTo, moveBy,
 // stretch); the place is changed by setWindow() and setSourceOffset() alone.
 //
+// Of a change of format it takes the format and moves its window with the rate. The source is
+// converted by itself (LayerRoot::allLayers() has it), and is not heard before.
+//
 // Threads: as for Layer. read() takes a copy of the window and holds no lock while the source reads.
 class LayerRegion : public Layer
 {
@@ -66,8 +69,6 @@ public:
     void cropTo(Range) override {}
     void moveBy(int64_t) override {}
     void stretch(double) override {}
-    // The window follows the new rate; the source is converted by itself (LayerRoot::allLayers() has it).
-    bool changeFormat(const SamplingFormat& format, const Matrix& matrix, const Progress& progress) override;
     [[nodiscard]] bool needsResampling(const SamplingFormat&, const Matrix&) const override { return false; }
 
     // A region with the same window, whatever part of it `range` asks for, on a clone of the source;
@@ -82,6 +83,7 @@ public:
 
 protected:
     [[nodiscard]] LayerPtr makeBackup() const override;
+    void adoptFormat(const SamplingFormat& format, Conversion& conversion) override;
 
 private:
     struct View

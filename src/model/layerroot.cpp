@@ -1,5 +1,6 @@
 #include "model/layerroot.h"
 
+#include "model/formatchange.h"
 #include "model/layerregion.h"
 
 #include <QHash>
@@ -59,6 +60,18 @@ void LayerRoot::setFormat(const SamplingFormat& format)
     }
     // The node alone: its children's samples are still of the old format.
     project()->Layer::setFormat(format);
+}
+
+bool LayerRoot::changeFormat(const SamplingFormat& format, const Matrix& matrix, const Progress& progress,
+                             QString* words) const
+{
+    FormatChange change(format, matrix);
+    for (const ILayerPtr& layer : allLayers())
+        change.add(layer);
+    const bool done = change.run(progress);
+    if (const LayerPtr layer = change.withoutRoom())
+        layer->takeStorageError(words);
+    return done;
 }
 
 bool LayerRoot::isVisible(const ILayerPtr& layer) const

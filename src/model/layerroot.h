@@ -38,6 +38,11 @@ public:
     // Stores the format here and in the nodes. Scratch samples are dropped; the user's layers keep
     // samples and format, and are not heard until they are converted too (ILayer::changeFormat).
     void setFormat(const SamplingFormat& format);
+    // The samples of allLayers() in another format, all of them or none (see FormatChange); the format
+    // of the tree itself is setFormat()'s. False: nothing has changed; `words` (may be null) receives
+    // the cause when it was a lack of room.
+    [[nodiscard]] bool changeFormat(const SamplingFormat& format, const Matrix& matrix,
+                                    const Progress& progress, QString* words = nullptr) const;
     [[nodiscard]] LayerPtr node(RootNode node) const { return m_layers[node]; }
     [[nodiscard]] LayerGroupPtr project() const;
     // Every layer and group below "Project", depth first, then each source of a region that is not

@@ -16,10 +16,11 @@ Range widened(const Range& range)
     return {first, end - first};
 }
 
-// Records of another kind of samples are refused, also where a sample point takes as many bytes.
-bool sameLayout(const SamplingFormat& a, const SamplingFormat& b)
+// Records of another kind of samples are refused, also where a sample point takes as many bytes, and
+// those of another rate, whose positions are other moments.
+bool sameSamples(const SamplingFormat& a, const SamplingFormat& b)
 {
-    return a.channels == b.channels && a.sampleType == b.sampleType;
+    return a.channels == b.channels && a.sampleType == b.sampleType && a.sampleRate == b.sampleRate;
 }
 
 } // namespace
@@ -197,11 +198,11 @@ void Layer::applyRecord(const LayerRecord& record, int32_t direction)
     const Range target = live ? backupRange() : direction == 0 ? record.beforeRange : record.afterRange;
     if (image && image->type() == LayerTypeLayer) {
         const WriteLocker locker(m_edit);
-        if (!sameLayout(image->m_store.format(), m_store.format()))
+        if (!sameSamples(image->m_store.format(), m_store.format()))
             return;
         if (live && image->m_store.range() == target) {
             // The live backup is given up anyway: with all samples in it, it needs no room and no copy.
-            m_store.takeOver(image->m_store);
+            m_store.exchangeWith(image->m_store);
         } else if (m_store.resize(target)) {
             m_store.copyFrom(image->m_store, target);
         } else {

@@ -2,6 +2,7 @@
 
 #include "base/sessionfile.h"
 #include "model/samplecopy.h"
+#include "spectral/primitives/resampler.h"
 
 #include <algorithm>
 #include <cstring>
@@ -243,16 +244,31 @@ void SampleStore::copyFrom(const SampleStore& source, const Range& range)
     }
 }
 
-void SampleStore::takeOver(SampleStore& other)
+bool SampleStore::convertFrom(const SampleStore& source, Resampler& resampler,
+                              const std::function<bool()>& goOn)
 {
-    std::unique_ptr<SessionFile> file;
-    const Range span = other.range();
-    {
-        const WriteLocker locker(other.m_map);
-        file.swap(other.m_file);
-        other.m_start = other.m_length = 0;
-    }
-    exchange(std::move(file), span);
+    if (m_length < 1)
+        return true;
+    const Range span = source.range();
+    const int64_t floats = source.format().frameBytes() / 4;
+    std::vector<float> piece;
+    const auto pieces = [&](int64_t first, int64_t count) -> const float* {
+        if (goOn && !goOn())
+            return nullptr;
+        piece.resize(std::size_t(count * floats));
+        source.read(piece.data(), {span.start + first, count}, -1, true, 1.0f);
+        return piece.data();
+    };
+    return resampler.processPieces(pieces, span.length, frame(0), m_length) == m_length;
+}
+
+void SampleStore::exchangeWith(SampleStore& other)
+{
+    const WriteLocker locker(m_map);
+    std::swap(m_format, other.m_format);
+    std::swap(m_start, other.m_start);
+    std::swap(m_length, other.m_length);
+    m_file.swap(other.m_file);
 }
 
 bool SampleStore::setFormat(const SamplingFormat& format)

@@ -6,10 +6,12 @@
 #include "model/types/samplingformat.h"
 
 #include <array>
+#include <functional>
 #include <memory>
 
 #include <QString>
 
+class Resampler;
 class SessionFile;
 
 // Raw 32-bit floats in time order, channels interleaved, complex samples as (re, im) pairs in each
@@ -67,8 +69,13 @@ public:
     void shift(int64_t samples);
     // Samples of `source` in `range`, which must lie inside both spans. The formats must be alike.
     void copyFrom(const SampleStore& source, const Range& range);
-    // Span and file of `other`, which is empty afterwards. The formats must be alike.
-    void takeOver(SampleStore& other);
+    // Fills the span of this store, which nobody else knows yet, with all samples of `source` as
+    // `resampler` converts them. `goOn` (may be empty) is asked every few blocks. False when it answers
+    // no or the resampler does not make as many sample points; this store is then to be thrown away.
+    [[nodiscard]] bool convertFrom(const SampleStore& source, Resampler& resampler,
+                                   const std::function<bool()>& goOn);
+    // Span, format and file change owners; `other` is nobody else's.
+    void exchangeWith(SampleStore& other);
     // See Layer::setFormat.
     [[nodiscard]] bool setFormat(const SamplingFormat& format);
     // Takes a file over as it is: the samples of the whole span. On false it is still the caller's.

@@ -532,23 +532,6 @@ TEST(LayerFormat, EmptyLayerTakesAnyFormat)
     EXPECT_EQ(layer->format(), complexFormat(3, 8000));
 }
 
-TEST(LayerFormat, ChangeThatNeedsResamplingIsRefusedAndChangesNothing)
-{
-    const LayerPtr layer = layerOf(realFormat(2), ramp(8));
-    const auto refused = [&](const SamplingFormat& format, const Matrix& matrix) {
-        EXPECT_FALSE(layer->changeFormat(format, matrix, {}));
-        EXPECT_EQ(layer->format(), realFormat(2));
-        EXPECT_THAT(dataOf(*layer), ElementsAreArray(ramp(8)));
-    };
-    refused(realFormat(2, 44100), Matrix(2, 2));
-    refused(realFormat(1), Matrix(1, 2));
-    refused(complexFormat(2), Matrix(2, 2));
-    Matrix swapped(2, 2);
-    swapped.data[0] = 0;
-    refused(realFormat(2), swapped);
-    refused(realFormat(2), Matrix());
-}
-
 TEST(LayerFormat, IdentityChangeOnlyRenamesAndDropsTheUndoState)
 {
     const LayerPtr layer = layerOf(realFormat(2), ramp(8));

@@ -404,13 +404,10 @@ TEST(LayerGroupSpan, GroupHasNoSamplesOfItsOwn)
     EXPECT_EQ(sessionFiles().size(), 0);
 }
 
-TEST(LayerGroupSpan, FormatChangesForAllChildrenOrForNone)
+TEST(LayerGroupSpan, ANewNameOfTheFormatReachesAllChildren)
 {
     const LayerPtr empty = Layer::create(realFormat()), full = dc(1, 0, 4);
     const LayerGroupPtr group = groupOf({empty, groupOf({full})});
-    EXPECT_FALSE(group->changeFormat(realFormat(1, 44100), Matrix(1, 1), {}));
-    EXPECT_EQ(empty->format(), realFormat());
-    EXPECT_EQ(group->format(), realFormat());
     SamplingFormat renamed = realFormat();
     renamed.channelsMask = 4;
     std::vector<int> steps;
