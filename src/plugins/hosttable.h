@@ -5,6 +5,7 @@
 #include "model/types/marker.h"
 #include "model/types/matrix.h"
 #include "model/types/samplingformat.h"
+#include "spectral/primitives/iresampler.h"
 
 #include <cstdint>
 
@@ -13,7 +14,6 @@
 #include <QString>
 
 class QWidget;
-class Resampler;
 
 // 34 function pointers, in the order that plug-ins are compiled against: a new one goes to the end.
 // The host fills the table before it calls anything else on a plug-in, so a plug-in links nothing
@@ -21,7 +21,7 @@ class Resampler;
 //
 // Vectors: single precision, 64-bit element counts of any size, `destination` may be one of the
 // sources; nothing happens for a count below 1. Any thread. All other entries: GUI thread, except
-// 16 to 22, which are pure functions of their arguments.
+// 16 to 22, 24, 26 and 27, which are pure functions of their arguments.
 struct HostTable
 {
     // 0: destination = source. The two must not overlap in part.
@@ -77,16 +77,19 @@ struct HostTable
     // 23: asks the user for another format and the matrix that leads to it. False: cancelled, both
     // are as before. Not there yet: always false.
     bool (*reformatDialog)(QWidget* parent, SamplingFormat& format, Matrix& matrix) = nullptr;
-    // 24: the usual gains from the channels of one mask to those of another. Not there yet: always
-    // an empty matrix.
+    // 24: the usual gains from the channels of one mask to those of another, both of audio. Empty
+    // where a mask has no channel.
     Matrix (*defaultChannelMatrix)(uint64_t inputMask, uint64_t outputMask) = nullptr;
     // 25: lets the user edit such a matrix. False: cancelled. Not there yet: always false.
     bool (*channelRemixerDialog)(QWidget* parent, uint64_t inputMask, uint64_t outputMask,
                                  Matrix& matrix) = nullptr;
-    // 26, 27: a rate converter that the caller owns. Not there yet: always null.
-    Resampler* (*createResampler)(const SamplingFormat& input, const SamplingFormat& output,
-                                  const Matrix& matrix) = nullptr;
-    Resampler* (*createPlainResampler)(const SamplingFormat& format) = nullptr;
+    // 26: a converter of rate and channels, of high quality, that the caller owns and deletes. A matrix
+    // without cells, or with zeros only, asks for the usual gains. Null when a format makes no sense or
+    // the rates lie too far from each other (1 to 65536). Any thread.
+    IResampler* (*createResampler)(const SamplingFormat& input, const SamplingFormat& output,
+                                   const Matrix& matrix) = nullptr;
+    // 27: the same from a format to itself: it copies, until its matrix is another one. Any thread.
+    IResampler* (*createPlainResampler)(const SamplingFormat& format) = nullptr;
 
     // 28 to 30: WAV writers: all samples of a layer; marker chunks and LIST INFO behind an existing
     // file. False on failure. Not there yet: always false.

@@ -3,10 +3,13 @@
 #include "model/types/channellabels.h"
 #include "plugins/hosttable.h"
 #include "projectfiles/wavchunks.h"
+#include "spectral/primitives/defaultremix.h"
+#include "spectral/primitives/resampler.h"
 #include "spectral/primitives/vectors.h"
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 namespace {
 
@@ -75,16 +78,30 @@ void fillChannels(HostTable& table)
     };
 }
 
-// Entries 23 to 31 stand in their places until resampler, remixer and writers are there.
+IResampler* usable(std::unique_ptr<Resampler> resampler)
+{
+    return resampler->isUsable() ? resampler.release() : nullptr;
+}
+
+void fillConversion(HostTable& table)
+{
+    table.defaultChannelMatrix = [](uint64_t input, uint64_t output) {
+        return defaultRemix(ChannelsTypeAudio, input, output);
+    };
+    table.createResampler = [](const SamplingFormat& input, const SamplingFormat& output,
+                               const Matrix& matrix) {
+        return usable(std::make_unique<Resampler>(input, output, matrix, true));
+    };
+    table.createPlainResampler = [](const SamplingFormat& format) {
+        return usable(std::make_unique<Resampler>(format, 1.0, true));
+    };
+}
+
+// What stands in its place until the dialogs and the writers are there.
 void fillRefusals(HostTable& table)
 {
     table.reformatDialog = [](QWidget*, SamplingFormat&, Matrix&) { return false; };
-    table.defaultChannelMatrix = [](uint64_t, uint64_t) { return Matrix(); };
     table.channelRemixerDialog = [](QWidget*, uint64_t, uint64_t, Matrix&) { return false; };
-    table.createResampler = [](const SamplingFormat&, const SamplingFormat&, const Matrix&) -> Resampler* {
-        return nullptr;
-    };
-    table.createPlainResampler = [](const SamplingFormat&) -> Resampler* { return nullptr; };
     table.writeWave = [](const QString&, const SamplingFormat&, const ILayerPtr&) { return false; };
     table.appendMarkers = [](const QString&, const MarkerList&) { return false; };
     table.appendMetaData = [](const QString&, const MetaDataList&) { return false; };
@@ -97,6 +114,7 @@ void fillHostTable(HostTable& table)
 {
     fillVectors(table);
     fillChannels(table);
+    fillConversion(table);
     fillRefusals(table);
     table.readMarkers = [](const QString& path, MarkerList& markers) {
         return wavchunks::readMarkers(path, markers);

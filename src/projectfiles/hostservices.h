@@ -3,6 +3,5 @@
 
 struct HostTable;
 
-// Fills all 34 entries. Those whose services are not there yet answer an empty matrix, null or
-// false. Any thread.
+// Fills all 34 entries. Those whose services are not there yet answer false. Any thread.
 void fillHostTable(HostTable& table);
