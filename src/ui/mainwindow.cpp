@@ -1,6 +1,7 @@
 #include "ui/mainwindow.h"
 
 #include "display/channelsdisplay.h"
+#include "display/overviewbar.h"
 #include "plugins/pluginloader.h"
 #include "projectfiles/hostservices.h"
 #include "projectfiles/projecttabs.h"
@@ -126,6 +127,7 @@ void MainWindow::buildCentral()
     m_tabs->setFilePlugins(m_plugins->filePlugins());
     m_display = new ChannelsDisplay(central);
     layout->addWidget(m_tabs);
+    layout->addWidget(new OverviewBar(central));
     layout->addWidget(m_display, 1);
     setCentralWidget(central);
 }
