@@ -107,8 +107,9 @@ void clearBeyond(const WeightTile& tile, QPointF a, QPointF b, QPointF innerA, Q
     }
 }
 
-// Pixels a side of the tiles of rasterize: small enough for the cache, large enough for the painter.
-constexpr int rasterRows = 256;
+// Of a tile of rasterize: small enough for the cache, with rows enough that its outline is no work.
+constexpr int rasterPixels = 1 << 18;
+constexpr int fewestRasterRows = 16;
 
 } // namespace
 
@@ -258,6 +259,30 @@ void forEachTile(const QRect& rect, int rows, const Task& task)
                        std::min(rows, rect.bottom() + 1 - y)));
 }
 
+// Zeros for all that lies outside `rect`.
+void clearAround(Matrix& matrix, const QRect& rect)
+{
+    float* data = matrix.data.data();
+    const int64_t width = matrix.outputs;
+    if (rect.isEmpty()) {
+        std::fill_n(data, matrix.data.size(), 0.0f);
+        return;
+    }
+    std::fill_n(data, width * rect.top(), 0.0f);
+    for (int row = rect.top(); row <= rect.bottom(); ++row) {
+        std::fill_n(data + row * width, rect.left(), 0.0f);
+        std::fill_n(data + row * width + rect.right() + 1, width - rect.right() - 1, 0.0f);
+    }
+    std::fill_n(data + width * (rect.bottom() + 1), width * (matrix.inputs - rect.bottom() - 1), 0.0f);
+}
+
+void toWeights(float* weights, const int32_t* pixels, int count)
+{
+    constexpr float scale = std::bit_cast<float>(0x30008102u); // about 1 / 2139062143
+    for (int i = 0; i < count; ++i)
+        weights[i] = float(pixels[i]) * scale;
+}
+
 } // namespace
 
 void Selection::renderMask(QImage& image, const Area& area, const Mapping& mapping, double borderPhase,
@@ -297,24 +322,31 @@ void Selection::renderDisplayMask(QImage& image, const Area& area, const Mapping
 
 void Selection::rasterize(Matrix& matrix, const Area& area) const
 {
-    std::fill(matrix.data.begin(), matrix.data.end(), 0.0f);
-    if (matrix.data.isEmpty() || matrix.data.size() != int64_t(matrix.outputs) * matrix.inputs || isEmpty() ||
-        !canBeSeen(area))
+    if (matrix.data.isEmpty())
         return;
-    constexpr float scale = std::bit_cast<float>(0x30008102u); // about 1 / 2139062143
+    if (matrix.data.size() != int64_t(matrix.outputs) * matrix.inputs || isEmpty() || !canBeSeen(area)) {
+        std::fill(matrix.data.begin(), matrix.data.end(), 0.0f);
+        return;
+    }
     const QSize size(matrix.outputs, matrix.inputs);
     const SelectionMask mask(m_parts, placement(area, {}, size, true));
+    const QRect touched = mask.touched({{0, 0}, size});
+    clearAround(matrix, touched);
+    if (touched.isEmpty())
+        return;
+    const int tileWidth = std::min(touched.width(), SelectionMask::tileSize);
     QVector<QRect> tiles;
-    forEachTile(mask.touched({{0, 0}, size}), rasterRows, [&](const QRect& rect) { tiles << rect; });
+    forEachTile(touched, std::max(fewestRasterRows, rasterPixels / tileWidth),
+                [&](const QRect& rect) { tiles << rect; });
     parallelFor(tiles.size(), [&](int64_t index) {
         const QRect rect = tiles.at(int(index));
-        QImage tile(rect.size(), QImage::Format_ARGB32_Premultiplied);
+        // Kept by the thread: fresh memory costs more than the painting.
+        thread_local ArrayTemplate<int32_t> pixels(int64_t(SelectionMask::tileSize) * fewestRasterRows);
+        QImage tile(reinterpret_cast<uchar*>(pixels.data()), rect.width(), rect.height(), rect.width() * 4,
+                    QImage::Format_ARGB32_Premultiplied);
         mask.paintTile(tile, rect.topLeft());
-        for (int row = 0; row < rect.height(); ++row) {
-            const auto* from = reinterpret_cast<const int32_t*>(tile.constScanLine(row));
-            float* to = matrix.data.data() + int64_t(rect.y() + row) * matrix.outputs + rect.x();
-            for (int column = 0; column < rect.width(); ++column)
-                to[column] = float(from[column]) * scale;
-        }
+        for (int row = 0; row < rect.height(); ++row)
+            toWeights(matrix.data.data() + int64_t(rect.y() + row) * matrix.outputs + rect.x(),
+                      pixels.data() + int64_t(row) * rect.width(), rect.width());
     });
 }
