@@ -17,9 +17,53 @@ int64_t floorDivide(int64_t a, int64_t b)
     return a >= 0 ? a / b : -((-a + b - 1) / b);
 }
 
-// Makes storage for `range`, from time 0 on. False when the layer could not grow.
+// Neighbouring frames of one channel, whose samples are read or written at once: each sample lies in
+// many frames, and each access to a layer takes its locks.
+struct Run
+{
+    int32_t channel = 0;
+    int64_t first = 0;     // frame
+    std::size_t begin = 0; // in the sorted keys
+    std::size_t count = 0;
+};
+constexpr std::size_t longestRun = 16;
+
+// Sorts `keys` by channel, then frame. Of runs that touch, one has an even and one an odd place.
+std::vector<Run> runsOf(std::vector<int64_t>& keys, int32_t channels)
+{
+    struct Place
+    {
+        int32_t channel;
+        int64_t frame;
+    };
+    const auto placeOf = [channels](int64_t key) {
+        const int64_t frame = floorDivide(key, channels);
+        return Place{int32_t(key - frame * channels), frame};
+    };
+    std::sort(keys.begin(), keys.end(), [&](int64_t a, int64_t b) {
+        const Place x = placeOf(a);
+        const Place y = placeOf(b);
+        return x.channel != y.channel ? x.channel < y.channel : x.frame < y.frame;
+    });
+    // Few frames are shared out among the threads.
+    const std::size_t longest = std::clamp<std::size_t>(keys.size() / 64, 1, longestRun);
+    std::vector<Run> runs;
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        const auto [channel, frame] = placeOf(keys[i]);
+        if (runs.empty() || runs.back().channel != channel || runs.back().count == longest ||
+            runs.back().first + int64_t(runs.back().count) != frame)
+            runs.push_back({channel, frame, i, 0});
+        ++runs.back().count;
+    }
+    return runs;
+}
+
+// Makes storage for `range`, from time 0 on. False when the layer could not grow. A region never grows:
+// what is written beyond its window is passed over.
 bool makeStorage(ILayer& layer, const Range& range)
 {
+    if (layer.type() == LayerTypeRegion)
+        return true;
     const Range wanted = range.intersected({0, std::max<int64_t>(range.end(), 0)});
     if (wanted.isEmpty())
         return true;
@@ -119,9 +163,7 @@ SpectralBuffer::Slot& SpectralBuffer::prepare(int64_t key)
         spill();
     if (!slot.frame)
         slot.frame = ISpectralBufferTransform::create(m_settings->sampleType);
-    const int64_t frame = frameOf(key);
-    slot.frame->assign(m_settings, frame * m_settings->hop() - m_settings->frameSize / 2,
-                       int32_t(key - frame * m_channels));
+    slot.frame->assign(m_settings);
     slot.key = key;
     slot.loaded = true;
     return slot;
@@ -133,8 +175,27 @@ SpectralBuffer::Slot& SpectralBuffer::fetch(int64_t frame, int32_t channel)
     Slot& slot = slotOf(key);
     if (slot.loaded && slot.key == key)
         return slot;
-    prepare(key).frame->analyse(*m_layer);
+    prepare(key);
+    analyse({key});
     return slot;
+}
+
+void SpectralBuffer::analyse(const std::vector<int64_t>& keys)
+{
+    const int64_t hop = m_settings->hop();
+    const int64_t size = m_settings->frameSize;
+    const int64_t type = m_settings->sampleType;
+    std::vector<int64_t> sorted = keys;
+    const std::vector<Run> runs = runsOf(sorted, m_channels);
+    parallelFor(int64_t(runs.size()), [&](int64_t i) {
+        const Run& run = runs[std::size_t(i)];
+        const Range span{hop * run.first - size / 2, hop * (int64_t(run.count) - 1) + size};
+        thread_local std::vector<float> samples;
+        samples.resize(std::size_t(span.length * type));
+        m_layer->read(samples.data(), span, run.channel, true);
+        for (std::size_t k = 0; k < run.count; ++k)
+            slotOf(sorted[run.begin + k]).frame->analyse(samples.data() + int64_t(k) * hop * type);
+    });
 }
 
 void SpectralBuffer::touch(Slot& slot)
@@ -189,17 +250,22 @@ void SpectralBuffer::clearLayer()
 
 bool SpectralBuffer::synthesiseTo(ILayer& target)
 {
+    const int64_t hop = m_settings->hop();
+    const int64_t type = m_settings->sampleType;
+    const std::vector<Run> runs = runsOf(m_dirty, m_channels);
     std::atomic<bool> stored = true;
-    for (const int64_t parity : {0, 1}) {
-        std::vector<ISpectralBufferTransform*> frames;
-        for (const int64_t key : m_dirty)
-            if ((frameOf(key) & 1) == parity)
-                frames.push_back(slotOf(key).frame.get());
-        parallelFor(int64_t(frames.size()), [&](int64_t i) {
-            if (!frames[std::size_t(i)]->synthesise(target))
+    for (const int64_t parity : {0, 1})
+        parallelFor((int64_t(runs.size()) + 1 - parity) / 2, [&](int64_t i) {
+            const Run& run = runs[std::size_t(2 * i + parity)];
+            const Range span{hop * (run.first - 1), hop * (int64_t(run.count) + 1)};
+            thread_local std::vector<float> samples;
+            samples.assign(std::size_t(span.length * type), 0.0f);
+            for (std::size_t k = 0; k < run.count; ++k)
+                slotOf(m_dirty[run.begin + k])
+                    .frame->synthesise(samples.data() + (int64_t(k) + 1) * hop * type);
+            if (!target.write(samples.data(), span, run.channel, false))
                 stored = false;
         });
-    }
     for (const int64_t key : m_dirty)
         slotOf(key).dirty = false;
     m_dirty.clear();
@@ -294,13 +360,14 @@ void SpectralBuffer::prefetch(int64_t firstFrame, int64_t frameCount, const QBit
         return;
     const int64_t first = firstFrame * m_channels;
     const int64_t count = std::min<int64_t>(frameCount, slotCount() / m_channels + 1) * m_channels;
-    std::vector<ISpectralBufferTransform*> frames;
+    std::vector<int64_t> keys;
     for (int64_t key = first; key < first + std::min<int64_t>(count, slotCount()); ++key) {
         const auto channel = int(key - frameOf(key) * m_channels);
         const Slot& slot = slotOf(key);
         if ((slot.loaded && slot.key == key) || channel >= channels.size() || !channels.testBit(channel))
             continue;
-        frames.push_back(prepare(key).frame.get());
+        prepare(key);
+        keys.push_back(key);
     }
-    parallelFor(int64_t(frames.size()), [&](int64_t i) { frames[std::size_t(i)]->analyse(*m_layer); });
+    analyse(keys);
 }

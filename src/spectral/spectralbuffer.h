@@ -27,8 +27,9 @@
 // eviction nothing. A frame that was changed, evicted and is asked for again is committed first and
 // then analysed from what the edit left.
 //
-// Used from one thread at a time; it has no lock. Frames are analysed and written back on the pool:
-// frames of equal parity never touch the same sample, so even and odd ones go in two passes.
+// Used from one thread at a time; it has no lock. Frames are analysed and written back on the pool, in
+// runs of neighbours that share a read or write of the layer. Runs of which every second one is written
+// never touch the same sample, so even and odd ones go in two passes.
 class SpectralBuffer : public ISpectralBuffer
 {
 public:
@@ -81,6 +82,8 @@ private:
     [[nodiscard]] Slot& fetch(int64_t frame, int32_t channel);
     // Takes the slot of `key` for it, not yet analysed.
     Slot& prepare(int64_t key);
+    // Reads the samples of prepared frames and transforms them.
+    void analyse(const std::vector<int64_t>& keys);
     void touch(Slot& slot);
     void rebuild();
     void forget();

@@ -1,6 +1,7 @@
 #include "spectral/spectralbuffer.h"
 
 #include "model/layer.h"
+#include "model/layerregion.h"
 #include "model/modeltest.h"
 
 #include <gtest/gtest.h>
@@ -372,6 +373,57 @@ TEST(SpectralBuffer, SamplesFartherThanOneHopFromAnyEditedFrameStayBitIdenticalA
     EXPECT_EQ(f.layer->changedRange(), (Range{8 * 99, 8 * 20001 - 8 * 99}));
 }
 
+// Random settings, formats and budgets; random frames set as they are, others changed.
+TEST(SpectralBufferProperties, OnlyChangedFramesChangeSamplesAndNoneFartherThanAHop)
+{
+    std::mt19937 random(31);
+    for (int round = 0; round < 60; ++round) {
+        const int32_t sampleType = 1 + int32_t(random() % 2);
+        const int32_t overlap = 4 + 2 * int32_t(random() % 5);
+        const int32_t size = overlap * (4 + int32_t(random() % 12));
+        const auto window = WindowType(random() % 7);
+        const TransformPtr transform =
+            makeTransform(sampleType, size, overlap, 1 + int32_t(random() % 4), window);
+        const int32_t channels = 1 + int32_t(random() % 3);
+        const SamplingFormat format = sampleType == 1 ? realFormat(channels) : complexFormat(channels);
+        const int64_t length = 2000, start = int64_t(random() % 3) * 500;
+        const int64_t width = channels * sampleType;
+        const auto samples = noise(length * width, unsigned(round));
+        Fixture f(format, samples, transform, random() % 2 ? largeBudget : 0, start);
+        const int64_t hop = transform->hop(), frames = length / hop - 1;
+        std::vector<bool> set(samples.size()), changed(samples.size());
+        for (int edit = 0; edit < 40; ++edit) {
+            const int64_t frame = start / hop + 1 + int64_t(random() % uint64_t(frames - 1));
+            const auto channel = int32_t(random() % uint64_t(channels));
+            const bool change = random() % 4 == 0;
+            std::vector<Complex> bins(std::size_t(transform->bins()));
+            f.buffer.getFrame(frame, channel, bins.data());
+            if (change)
+                bins[random() % bins.size()].re += 30;
+            f.buffer.setFrame(frame, channel, bins.data());
+            for (int64_t at = hop * (frame - 1); at < hop * (frame + 1); ++at)
+                for (int64_t part = 0; part < sampleType; ++part)
+                    if (at >= start && at < start + length) {
+                        const auto i = std::size_t((at - start) * width + channel * sampleType + part);
+                        set[i] = true;
+                        changed[i] = changed[i] || change;
+                    }
+            if (random() % 10 == 0) {
+                EXPECT_TRUE(random() % 2 ? f.buffer.commit() : f.buffer.release());
+            }
+        }
+        EXPECT_TRUE(f.buffer.commit());
+        const auto after = samplesOf(*f.layer, {start, length});
+        for (std::size_t i = 0; i < samples.size(); ++i)
+            if (!set[i]) {
+                ASSERT_EQ(after[i], samples[i]) << round << ": " << i;
+            } else if (!changed[i]) {
+                ASSERT_NEAR(after[i], samples[i], 1e-6) << round << ": " << i;
+            }
+        EXPECT_NE(after, samples);
+    }
+}
+
 TEST(SpectralBuffer, FullDiskIsAFalseCommitThatLeavesTheLayerAsItWas)
 {
     const auto samples = noise(1000, 12);
@@ -386,6 +438,25 @@ TEST(SpectralBuffer, FullDiskIsAFalseCommitThatLeavesTheLayerAsItWas)
     EXPECT_FALSE(words.isEmpty());
     EXPECT_EQ(dataOf(*f.layer), samples);
     EXPECT_TRUE(f.buffer.commit()); // nothing is pending any more
+}
+
+TEST(SpectralBuffer, AnEditAcrossTheEdgeOfARegionIsWrittenWithinItsWindow)
+{
+    for (const int64_t megabytes : {int64_t(0), largeBudget}) {
+        const auto samples = noise(4000, 13);
+        const LayerPtr source = layerOf(realFormat(), samples);
+        SpectralBuffer buffer;
+        buffer.setBufferSizeMB(megabytes);
+        buffer.setLayer(LayerRegion::create(source, 1000, 500, 0));
+        buffer.setSettings(makeTransform(1));
+        for (int64_t frame = 180; frame < 200; ++frame)
+            buffer.setBin(frame, 0, 5, {20, 0});
+        EXPECT_TRUE(buffer.commit());
+        const auto after = dataOf(*source);
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            ASSERT_EQ(after[i] != samples[i], i > 8 * 179 && i < 1500) << i;
+        }
+    }
 }
 
 TEST(SpectralBuffer, FramesCountToTheNearestCentre)

@@ -51,8 +51,8 @@ void addFrame(const Transform& transform, const float* maskRow, const Sample* sa
 
 void addMaskedFrame(const Transform& transform, const float* maskRow, const float* samples, float* middle)
 {
-    if (vec::maxAbs(maskRow, transform.bins()) == 0.0f ||
-        vec::maxAbs(samples, int64_t(transform.frameSize) * transform.sampleType) == 0.0f)
+    if (vec::isZero(maskRow, transform.bins()) ||
+        vec::isZero(samples, int64_t(transform.frameSize) * transform.sampleType))
         return;
     if (transform.sampleType == 1)
         addFrame(transform, maskRow, samples, middle);

@@ -341,6 +341,14 @@ float maxAbs(const float* source, int64_t count)
 {
     return MORVANE_DISPATCH(maxAbs)(source, count);
 }
+bool isZero(const float* source, int64_t count)
+{
+    constexpr int64_t piece = 128;
+    for (int64_t at = 0; at < count; at += piece)
+        if (maxAbs(source + at, std::min(piece, count - at)) != 0.0f)
+            return false;
+    return true;
+}
 
 } // namespace vec
 

@@ -33,5 +33,7 @@ void power(float* destination, const Complex* source, int64_t count);
 [[nodiscard]] float sum(const float* source, int64_t count);
 // Largest absolute value; 0 for an empty vector.
 [[nodiscard]] float maxAbs(const float* source, int64_t count);
+// Whether all are 0; looks no farther than to the first piece that is not.
+[[nodiscard]] bool isZero(const float* source, int64_t count);
 
 } // namespace vec
