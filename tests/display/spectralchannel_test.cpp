@@ -2,7 +2,7 @@
 
 #include "display/glenvironment.h"
 #include "display/memorylayer.h"
-#include "display/wav.h"
+#include "support/wav.h"
 #include "model/documentlock.h"
 #include "model/layer.h"
 #include "model/layerroot.h"

@@ -2,7 +2,7 @@
 
 #include "display/memorylayer.h"
 #include "display/referencestft.h"
-#include "display/wav.h"
+#include "support/wav.h"
 #include "support/testsupport.h"
 
 #include <gtest/gtest.h>

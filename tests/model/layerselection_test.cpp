@@ -3,6 +3,8 @@
 #include "modeltest.h"
 #include "selectiontest.h"
 #include "spectral/primitives/maskproduct.h"
+#include "support/testsupport.h"
+#include "support/wav.h"
 
 #include <gtest/gtest.h>
 
@@ -136,6 +138,108 @@ TEST(LayerSelection, AHardSelectionAndItsInverseAddUpToTheTarget)
         for (std::size_t i = 0; i < sum.size(); ++i)
             ASSERT_NEAR(sum[i], expected[i], 1e-5f) << seed << ": " << i;
     }
+}
+
+// A hard shape that crosses itself now and then, anywhere in the plane of a layer.
+Selection hardShape(std::mt19937& random, const Area& plane)
+{
+    std::uniform_real_distribution<double> unit(0, 1);
+    Selection selection;
+    for (int i = 0; i < 3; ++i)
+        selection.add(selectiontest::lasso(
+                          random,
+                          {plane.x + plane.width * unit(random), plane.y + plane.height * unit(random)},
+                          plane.width * (0.1 + 0.4 * unit(random)), plane.height * (0.1 + 0.4 * unit(random)),
+                          5 + int(random() % 30)),
+                      0, 0, false);
+    return selection;
+}
+
+void expectParts(const LayerPtr& layer, uint32_t seed)
+{
+    const Range range = layer->dataRange();
+    const Area plane = layer->area();
+    const std::vector<float> expected = samplesOf(*layer, range);
+    std::mt19937 random(seed);
+    for (const TransformSettings& settings :
+         {TransformSettings(SampleTypeReal, WindowType::BlackmanHarris, 2048, 8, 2),
+          TransformSettings(SampleTypeReal, WindowType::Hann, 512, 4, 1),
+          TransformSettings(SampleTypeReal, WindowType::Kaiser15, 600, 6, 3)}) {
+        const Selection selection = hardShape(random, plane);
+        QPainterPath everything;
+        everything.addRect(plane.x - plane.width, plane.y - plane.height, 3 * plane.width, 3 * plane.height);
+        Selection inverse = selection;
+        inverse.subtract(everything, 0, 0, false, true);
+        std::vector<float> sum(expected.size());
+        wrapped(layer, selection, settings)->read(sum.data(), range, -1, true);
+        double apart = 0;
+        for (std::size_t i = 0; i < sum.size(); ++i)
+            apart = std::max(apart, std::abs(double(sum[i]) - double(expected[i])));
+        EXPECT_GT(apart, 0.01) << "not all is selected";
+        wrapped(layer, inverse, settings)->read(sum.data(), range, -1, false);
+        for (std::size_t i = 0; i < sum.size(); ++i)
+            ASSERT_NEAR(sum[i], expected[i], 1e-5f) << settings.frameSize << ": " << i;
+    }
+}
+
+LayerPtr recording(const Wav& wav, int64_t seconds)
+{
+    std::vector<float> samples = wav.samples;
+    const auto most = std::size_t(double(seconds) * wav.rate) * std::size_t(wav.channels);
+    samples.resize(std::min(samples.size(), most));
+    return layerOf(realFormat(wav.channels, wav.rate), samples, 1000);
+}
+
+TEST(LayerSelection, TheTwoPartsOfSpeechAndMusicAddUp)
+{
+    for (const char* name : {"speech-16k.wav", "tabla-44k.wav", "line-18k-48k.wav"}) {
+        SCOPED_TRACE(name);
+        expectParts(recording(readWav(testsupport::dataFile(QString::fromLatin1(name))), 2), 11);
+    }
+}
+
+TEST(LayerSelection, TheTwoPartsOfRecordingsAddUp)
+{
+    const QString folder = testsupport::recordingsFolder();
+    if (folder.isEmpty())
+        GTEST_SKIP() << "MORVANE_RECORDINGS names no folder";
+    for (const char* name : {"speech-libri-198-16k.wav", "heal-trumpet-clean-float.wav",
+                             "music-hires-96k-24bit-3s.wav", "surround-5.1-ext-4s.wav"}) {
+        SCOPED_TRACE(name);
+        expectParts(recording(readWav(folder + QLatin1Char('/') + QString::fromLatin1(name)), 1), 12);
+    }
+}
+
+TEST(LayerSelection, TheTwoPartsOfARadioRecordingAddUp)
+{
+    const QString folder = testsupport::recordingsFolder();
+    if (folder.isEmpty())
+        GTEST_SKIP() << "MORVANE_RECORDINGS names no folder";
+    const Wav wav = readWav(folder + QStringLiteral("/iq-wmbus-0s2.wav"));
+    ASSERT_EQ(wav.channels, 2); // I and Q
+    std::vector<float> samples(wav.samples.begin(), wav.samples.begin() + 2 * 60000);
+    expectParts(layerOf(complexFormat(1, wav.rate), samples), 13);
+}
+
+TEST(LayerSelection, FarFromTheSelectionAllIsSilent)
+{
+    const LayerPtr layer = layerOf(realFormat(), noise(20000));
+    Selection far;
+    far.add(rectangle(1e15, 1000, 1e6, 9000), 300, 100, false);
+    const auto wrapper = wrapped(layer, far);
+    std::vector<float> out(5000, 3.0f);
+    wrapper->read(out.data(), {3000, 5000}, 0, true);
+    EXPECT_EQ(out, std::vector<float>(5000));
+    // And far from the layer, where the selection is.
+    out.assign(5000, 3.0f);
+    wrapper->read(out.data(), {int64_t(1e15) + 1000, 5000}, 0, true);
+    EXPECT_EQ(out, std::vector<float>(5000));
+    Selection below; // a band that the layer does not have
+    below.add(rectangle(0, -1e7, 20000, 1e6), 0, 0, false);
+    wrapped(layer, below)->read(out.data(), {3000, 5000}, 0, true);
+    EXPECT_EQ(out, std::vector<float>(5000));
+    EXPECT_TRUE(wrapped(layer, far)->write(noise(5000, 4).data(), {3000, 5000}, 0, false));
+    EXPECT_EQ(dataOf(*layer), noise(20000));
 }
 
 TEST(LayerSelection, AComplexSelectionHearsItsSideOfZero)

@@ -5,6 +5,8 @@
 #include "model/selectiontest.h"
 #include "spectral/primitives/maskproduct.h"
 #include "spectral/spectralbuffer.h"
+#include "support/testsupport.h"
+#include "support/wav.h"
 
 #include <gtest/gtest.h>
 
@@ -68,6 +70,7 @@ std::vector<Case> cases()
         {"odd sizes", realFormat(3), makeTransform(1, 90, 6, 3, WindowType::Hamming), 3000, 5},
         {"complex", complexFormat(), makeTransform(2), 4000, 0},
         {"two complex channels", complexFormat(2), makeTransform(2, 48, 4, 1), 3000, 100},
+        {"largest transform", realFormat(), makeTransform(1, 32768, 16, 4), 150000, 0},
         {"many strips", realFormat(), makeTransform(1, 1024, 16, 4, WindowType::Hann), 400000, 0},
     };
 }
@@ -427,6 +430,38 @@ TEST(MaskedCopy, ARegionIsCutInItsWindow)
         } else if (i < 2490) {
             ASSERT_NEAR(after[i], 0, 1e-6) << i;
         }
+}
+
+void expectCutAndBack(const LayerPtr& layer, uint32_t seed)
+{
+    const Case c{"", layer->format(), makeTransform(layer->format().sampleType, 2048),
+                 layer->dataRange().length, layer->dataRange().start};
+    const auto samples = dataOf(*layer);
+    const MaskedArea area = areaOf(c, softShape(c, seed));
+    const LayerPtr clip = emptyLayer(c.format);
+    ASSERT_TRUE(cutMasked(layer, clip, area).isDone());
+    EXPECT_GT(largestDifference(dataOf(*layer), samples), 1e-3);
+    layer->replaceByLayer(clip, 1.0f, false);
+    EXPECT_LT(largestDifference(dataOf(*layer), samples), 1e-6);
+}
+
+TEST(MaskedCopy, RecordingsCutAndAddedBackAreTheSame)
+{
+    for (const char* name : {"speech-16k.wav", "tabla-44k.wav", "line-18k-48k.wav"}) {
+        SCOPED_TRACE(name);
+        const Wav wav = readWav(testsupport::dataFile(QString::fromLatin1(name)));
+        for (uint32_t seed = 1; seed < 4; ++seed)
+            expectCutAndBack(layerOf(realFormat(wav.channels, wav.rate), wav.samples, 100), seed);
+    }
+}
+
+TEST(MaskedCopy, ARadioRecordingCutAndAddedBackIsTheSame)
+{
+    if (testsupport::recordingsFolder().isEmpty())
+        GTEST_SKIP() << "MORVANE_RECORDINGS names no folder";
+    const Wav wav = readWav(testsupport::recordingsFolder() + QStringLiteral("/iq-wmbus-0s2.wav"));
+    for (uint32_t seed = 1; seed < 4; ++seed)
+        expectCutAndBack(layerOf(complexFormat(1, wav.rate), wav.samples), seed);
 }
 
 int64_t anonymousKilobytes()
