@@ -9,17 +9,15 @@
 #include "model/layer.h"
 #include "spectral/primitives/planning.h"
 #include "support/baredft.h"
+#include "support/clocks.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QVariant>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
-#include <functional>
 #include <random>
 #include <string>
 
@@ -29,36 +27,6 @@ constexpr int columns = 1600;
 constexpr int rows = 900;
 constexpr int rate = 48000;
 const std::atomic<bool> notCancelled{false};
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-// Both clocks of repeated runs of one thing, in seconds.
-struct Clocks
-{
-    std::vector<double> wall;
-    std::vector<double> processor;
-
-    void run(const std::function<void()>& work)
-    {
-        const double before = processorTime();
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        wall.push_back(double(timer.nsecsElapsed()) * 1e-9);
-        processor.push_back(processorTime() - before);
-    }
-    // Of all threads.
-    static double processorTime()
-    {
-        timespec now{};
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-        return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
-    }
-};
 
 const SamplingFormat mono{SampleTypeReal, rate, ChannelsTypeAudio, 1, 4};
 
