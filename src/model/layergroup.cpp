@@ -26,6 +26,16 @@ void setParentOf(const ILayerPtr& child, const ILayerPtr& parent)
         layer->setParent(parent);
 }
 
+// Into one list, so that the cost does not grow with the depth.
+void collect(const QList<ILayerPtr>& layers, int32_t mode, QList<ILayerPtr>& all)
+{
+    for (const ILayerPtr& layer : layers) {
+        all << layer;
+        if (layer->type() == LayerTypeGroup && (mode == ChildrenAll || layer->isOpen()))
+            collect(layer->children(ChildrenDirect), mode, all);
+    }
+}
+
 bool fits(const SamplingFormat& child, const SamplingFormat& group)
 {
     return child.channels == group.channels && child.sampleType == group.sampleType;
@@ -188,11 +198,7 @@ QList<ILayerPtr> LayerGroup::children(int32_t mode) const
     if (mode != ChildrenOpen && mode != ChildrenAll)
         return direct;
     QList<ILayerPtr> all;
-    for (const ILayerPtr& child : direct) {
-        all << child;
-        if (child->type() == LayerTypeGroup && (mode == ChildrenAll || child->isOpen()))
-            all << child->children(mode);
-    }
+    collect(direct, mode, all);
     return all;
 }
 
