@@ -91,7 +91,8 @@ LayerFactory::Made SessionLayers::fromPath(const Wanted& wanted, const QString& 
     const QString root = m_samples == SampleFiles::Reference ? SampleStore::sessionFolder() : m_folder;
     Made made = isAdopted ? adopted(wanted, full) : copied(wanted, full, root, step);
     if (made.layer && !made.words.isEmpty()) {
-        made.words = QDir::toNativeSeparators(full) + QLatin1String(": ") + made.words;
+        if (!made.words.contains(full)) // the words of a refused adoption have it
+            made.words = QDir::toNativeSeparators(full) + QLatin1String(": ") + made.words;
         qWarning().noquote() << "sample file cannot be used:" << made.words;
     }
     return made;

@@ -12,7 +12,7 @@ class ProjectTree
 {
 public:
     static constexpr int maxDepth = 256;     // children of deeper groups go to the deepest one allowed
-    static constexpr int maxNodes = 1 << 16; // bounds the memory that a few bytes of a file can cost
+    static constexpr int maxNodes = 1 << 14; // bounds what a few bytes of a file can cost in memory and time
 
     explicit ProjectTree(Project& project);
     [[nodiscard]] bool isEmpty() const { return m_nodes == 0; }

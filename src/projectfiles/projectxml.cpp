@@ -182,17 +182,16 @@ bool saveUnsynced(const QString& path, const QByteArray& bytes, QString& words)
     QFile file(fresh);
     const auto fail = [&](const QString& cause) {
         words = QDir::toNativeSeparators(path) + QLatin1String(": ") + cause;
-        file.remove();
+        file.close();
+        QFile::remove(fresh);
         return false;
     };
     QFile::remove(fresh);
     if (!platform::createPrivateFile(fresh))
         return fail(platform::lastSystemError());
-    if (!file.open(QFile::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
+    if (!file.open(QFile::WriteOnly | QFile::Unbuffered) || file.write(bytes) != bytes.size())
         return fail(file.errorString());
     file.close();
-    if (file.error() != QFile::NoError)
-        return fail(file.errorString());
     if (std::rename(QFile::encodeName(fresh).constData(), QFile::encodeName(path).constData()) != 0)
         return fail(platform::lastSystemError());
     return true;

@@ -196,7 +196,7 @@ ProjectReadResult XmlReader::read()
     if (!head())
         return refused(m_xml.hasError() ? m_xml.errorString() : QString());
     while (next(2))
-        if (!item() || !m_reader.steps().movedTo(m_device.pos()))
+        if (!item() || !m_reader.steps().movedTo(m_xml.characterOffset()))
             return m_reader.giveUp();
     if (m_xml.hasError())
         m_reader.damage().add(QCoreApplication::translate("ProjectReader", "Line %1 of the manifest: %2")

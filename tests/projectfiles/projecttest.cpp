@@ -179,6 +179,7 @@ ProjectPtr smallProject()
     group->appendChild(modeltest::layerOf(project->format(), modeltest::ramp(4)));
     project->layers()->appendChild(layer);
     project->layers()->appendChild(group);
+    project->setDisplayArea(project->wholeArea());
     project->setMarkerList({{1, 2, 3, "m"}});
     project->setSpectralMarkerList({{1, 2, 3, 4, "s"}});
     project->metadata.insert(QStringLiteral("INAM"), QStringLiteral("n"));
