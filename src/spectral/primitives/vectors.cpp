@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "spectral/primitives/vectors.cpp"
@@ -232,6 +233,51 @@ float maxAbs(const float* source, int64_t count)
     return result;
 }
 
+// The smaller and the larger number, or `b` where a is not a number.
+template<class V>
+HWY_ATTR V smaller(V a, V b)
+{
+    return hn::IfThenElse(hn::Lt(a, b), a, b);
+}
+template<class V>
+HWY_ATTR V larger(V a, V b)
+{
+    return hn::IfThenElse(hn::Gt(a, b), a, b);
+}
+
+// Of `width` numbers (1 or 2) that come in turns; `count` is a multiple of it.
+void minMax(const float* source, int64_t count, int64_t width, float* low, float* high)
+{
+    const Tag d;
+    const int64_t lanes = int64_t(hn::Lanes(d));
+    auto low0 = hn::Set(d, std::numeric_limits<float>::max()), low1 = low0;
+    auto high0 = hn::Neg(low0), high1 = high0;
+    int64_t i = 0;
+    for (; i + 2 * lanes <= count; i += 2 * lanes) {
+        const auto a = hn::LoadU(d, source + i);
+        const auto b = hn::LoadU(d, source + i + lanes);
+        low0 = smaller(a, low0);
+        low1 = smaller(b, low1);
+        high0 = larger(a, high0);
+        high1 = larger(b, high1);
+    }
+    // Two vectors have an even number of lanes, so that each holds one of the numbers only.
+    HWY_ALIGN float lows[2 * hn::MaxLanes(Tag())];
+    HWY_ALIGN float highs[2 * hn::MaxLanes(Tag())];
+    hn::StoreU(low0, d, lows);
+    hn::StoreU(low1, d, lows + lanes);
+    hn::StoreU(high0, d, highs);
+    hn::StoreU(high1, d, highs + lanes);
+    for (int64_t k = 0; k < 2 * lanes; ++k) {
+        low[k % width] = std::min(low[k % width], lows[k]);
+        high[k % width] = std::max(high[k % width], highs[k]);
+    }
+    for (; i < count; ++i) {
+        low[i % width] = std::min(low[i % width], source[i]);
+        high[i % width] = std::max(high[i % width], source[i]);
+    }
+}
+
 } // namespace HWY_NAMESPACE
 } // namespace vec
 HWY_AFTER_NAMESPACE();
@@ -254,6 +300,7 @@ HWY_EXPORT(magnitude);
 HWY_EXPORT(power);
 HWY_EXPORT(sum);
 HWY_EXPORT(maxAbs);
+HWY_EXPORT(minMax);
 
 // Complex is two floats, and so is every vector of it.
 const float* pairs(const Complex* values)
@@ -348,6 +395,18 @@ bool isZero(const float* source, int64_t count)
         if (maxAbs(source + at, std::min(piece, count - at)) != 0.0f)
             return false;
     return true;
+}
+void minMax(const float* source, int64_t count, float& low, float& high)
+{
+    MORVANE_DISPATCH(minMax)(source, count, 1, &low, &high);
+}
+void minMax(const Complex* source, int64_t count, Complex& low, Complex& high)
+{
+    float lows[] = {low.re, low.im};
+    float highs[] = {high.re, high.im};
+    MORVANE_DISPATCH(minMax)(pairs(source), 2 * count, 2, lows, highs);
+    low = {lows[0], lows[1]};
+    high = {highs[0], highs[1]};
 }
 
 } // namespace vec

@@ -35,5 +35,9 @@ void power(float* destination, const Complex* source, int64_t count);
 [[nodiscard]] float maxAbs(const float* source, int64_t count);
 // Whether all are 0; looks no farther than to the first piece that is not.
 [[nodiscard]] bool isZero(const float* source, int64_t count);
+// Lowers `low` to the smallest element and raises `high` to the largest; of complex numbers, real and
+// imaginary parts apart. What is not a number does not count; an empty vector changes nothing.
+void minMax(const float* source, int64_t count, float& low, float& high);
+void minMax(const Complex* source, int64_t count, Complex& low, Complex& high);
 
 } // namespace vec

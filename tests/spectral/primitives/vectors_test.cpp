@@ -210,6 +210,50 @@ TEST_P(VectorsTest, MaxAbsFindsThePeakAnywhere)
         }
 }
 
+TEST_P(VectorsTest, MinMaxFindsBothPeaksAnywhereAndPassesOverWhatIsNoNumber)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    for (const int64_t count : counts)
+        for (int64_t peak = 0; peak + 1 < std::min<int64_t>(count, 70); ++peak) {
+            Stretch a(count, 1, 9);
+            a.data()[peak] = -9;
+            a.data()[peak + 1] = 9;
+            for (int64_t i = peak + 2; i < count; i += 5)
+                a.data()[i] = nan;
+            float low = 1e30f;
+            float high = -1e30f;
+            vec::minMax(a.data(), count, low, high);
+            ASSERT_EQ(low, -9) << count << " at " << peak;
+            ASSERT_EQ(high, 9) << count << " at " << peak;
+        }
+    float low = -2;
+    float high = 3;
+    const float inside[] = {1, nan, 0};
+    vec::minMax(inside, 3, low, high);
+    vec::minMax(static_cast<const float*>(nullptr), 0, low, high);
+    EXPECT_EQ(low, -2); // running values
+    EXPECT_EQ(high, 3);
+}
+
+TEST_P(VectorsTest, MinMaxOfComplexNumbersKeepsThePartsApart)
+{
+    for (const int64_t count : counts) {
+        Stretch z(2 * count, 1, 3);
+        Complex low{1e30f, 1e30f};
+        Complex high{-1e30f, -1e30f};
+        Complex wantLow = low;
+        Complex wantHigh = high;
+        for (int64_t i = 0; i < count; ++i) {
+            z.data()[2 * i + 1] -= 5; // the imaginary parts lie elsewhere
+            wantLow = {std::min(wantLow.re, z.data()[2 * i]), std::min(wantLow.im, z.data()[2 * i + 1])};
+            wantHigh = {std::max(wantHigh.re, z.data()[2 * i]), std::max(wantHigh.im, z.data()[2 * i + 1])};
+        }
+        vec::minMax(reinterpret_cast<const Complex*>(z.data()), count, low, high);
+        ASSERT_TRUE(low.re == wantLow.re && low.im == wantLow.im) << count;
+        ASSERT_TRUE(high.re == wantHigh.re && high.im == wantHigh.im) << count;
+    }
+}
+
 // As on every thread that computes: a denormal number counts as 0 and none comes out.
 TEST_P(VectorsTest, DenormalsAreZeroOnThreadsThatDisableThem)
 {
