@@ -183,6 +183,7 @@ void QOpenGLChannel::makeControlTexture()
     painter.drawEllipse(0, 0, 16, 16);
     painter.end();
     m_controlTexture = imageTexture(image, true);
+    m_controlTexture->setMinMagFilters(QOpenGLTexture::LinearMipMapLinear, QOpenGLTexture::Linear);
 }
 
 void QOpenGLChannel::makeColormapTextures()
@@ -208,25 +209,107 @@ void QOpenGLChannel::drawQuad(QOpenGLShaderProgram& program, const QMatrix4x4& m
                               const QRectF& texture)
 {
     const auto corner = [&](bool right, bool second) {
-        return std::array<GLfloat, 4>{GLfloat(right ? rect.right() : rect.left()),
-                                      GLfloat(second ? rect.bottom() : rect.top()),
-                                      GLfloat(right ? texture.right() : texture.left()),
-                                      GLfloat(second ? texture.bottom() : texture.top())};
+        return Vertex{GLfloat(right ? rect.right() : rect.left()),
+                      GLfloat(second ? rect.bottom() : rect.top()),
+                      GLfloat(right ? texture.right() : texture.left()),
+                      GLfloat(second ? texture.bottom() : texture.top())};
     };
-    const std::array<std::array<GLfloat, 4>, 4> corners = {corner(false, false), corner(true, false),
-                                                           corner(true, true), corner(false, true)};
+    const std::array<Vertex, 4> corners = {corner(false, false), corner(true, false), corner(true, true),
+                                           corner(false, true)};
+    drawVertices(program, matrix, GL_TRIANGLE_FAN, corners.data(), int(corners.size()));
+}
+
+void QOpenGLChannel::drawVertices(QOpenGLShaderProgram& program, const QMatrix4x4& matrix, GLenum mode,
+                                  const Vertex* vertices, int count)
+{
     program.setUniformValue("matrix", matrix);
     const QOpenGLVertexArrayObject::Binder array(&m_quadArray);
     m_quadBuffer.bind();
-    m_quadBuffer.allocate(corners.data(), sizeof corners);
+    m_quadBuffer.allocate(vertices, count * int(sizeof(Vertex)));
     program.enableAttributeArray("vertex");
-    program.setAttributeBuffer("vertex", GL_FLOAT, 0, 2, 4 * sizeof(GLfloat));
+    program.setAttributeBuffer("vertex", GL_FLOAT, 0, 2, sizeof(Vertex));
     if (program.attributeLocation("texcoord") >= 0) {
         program.enableAttributeArray("texcoord");
-        program.setAttributeBuffer("texcoord", GL_FLOAT, 2 * sizeof(GLfloat), 2, 4 * sizeof(GLfloat));
+        program.setAttributeBuffer("texcoord", GL_FLOAT, 2 * sizeof(GLfloat), 2, sizeof(Vertex));
     }
-    glDrawArrays(GL_TRIANGLE_FAN, 0, 4);
+    glDrawArrays(mode, 0, count);
     m_quadBuffer.release();
+}
+
+void QOpenGLChannel::appendTriangles(std::vector<Vertex>& vertices, const QRectF& rect, const QRectF& texture)
+{
+    const auto corner = [&](bool right, bool bottom) {
+        return Vertex{GLfloat(right ? rect.right() : rect.left()),
+                      GLfloat(bottom ? rect.bottom() : rect.top()),
+                      GLfloat(right ? texture.right() : texture.left()),
+                      GLfloat(bottom ? texture.bottom() : texture.top())};
+    };
+    for (const auto& [right, bottom] :
+         {std::pair{false, false}, {true, false}, {true, true}, {false, false}, {true, true}, {false, true}})
+        vertices.push_back(corner(right, bottom));
+}
+
+QMatrix4x4 QOpenGLChannel::frameMatrix() const
+{
+    QMatrix4x4 matrix;
+    matrix.ortho(QRectF(QPointF(), devicePixels(size(), devicePixelRatioF())));
+    return matrix;
+}
+
+void QOpenGLChannel::drawRects(const QVector<QRectF>& rects, const QColor& color)
+{
+    const QRectF frame(QPointF(), devicePixels(size(), devicePixelRatioF()));
+    std::vector<Vertex> vertices;
+    for (const QRectF& rect : rects) {
+        const QRectF seen = rect.intersected(frame);
+        if (!seen.isEmpty())
+            appendTriangles(vertices, seen, {});
+    }
+    if (vertices.empty() || !m_colorProgram || !m_colorProgram->isLinked())
+        return;
+    m_colorProgram->bind();
+    m_colorProgram->setUniformValue("color", color);
+    drawVertices(*m_colorProgram, frameMatrix(), GL_TRIANGLES, vertices.data(), int(vertices.size()));
+    m_colorProgram->release();
+}
+
+void QOpenGLChannel::drawDiscs(const QVector<QPointF>& centres, double diameter, const QColor& color)
+{
+    const QRectF frame(QPointF(), devicePixels(size(), devicePixelRatioF()));
+    std::vector<Vertex> vertices;
+    for (const QPointF& centre : centres) {
+        const QRectF rect(centre.x() - diameter / 2, centre.y() - diameter / 2, diameter, diameter);
+        if (rect.intersects(frame))
+            appendTriangles(vertices, rect, QRectF(0, 0, 1, 1));
+    }
+    if (vertices.empty() || !m_textureProgram || !m_textureProgram->isLinked())
+        return;
+    m_textureProgram->bind();
+    m_textureProgram->setUniformValue("tex", 0);
+    m_textureProgram->setUniformValue("color", color);
+    m_controlTexture->bind(0);
+    drawVertices(*m_textureProgram, frameMatrix(), GL_TRIANGLES, vertices.data(), int(vertices.size()));
+    m_controlTexture->release(0);
+    m_textureProgram->release();
+}
+
+void QOpenGLChannel::uploadFloats(std::unique_ptr<QOpenGLTexture>& texture, const QSize& size, int components,
+                                  const float* data, bool smooth)
+{
+    if (texture && (texture->width() != size.width() || texture->height() != size.height()))
+        texture.reset();
+    const auto pixel = components == 1 ? QOpenGLTexture::Red : QOpenGLTexture::RGBA;
+    if (!texture) {
+        texture = std::make_unique<QOpenGLTexture>(QOpenGLTexture::Target2D);
+        texture->setAutoMipMapGenerationEnabled(false);
+        texture->setFormat(components == 1 ? QOpenGLTexture::R32F : QOpenGLTexture::RGBA32F);
+        texture->setSize(size.width(), size.height());
+        texture->allocateStorage(pixel, QOpenGLTexture::Float32);
+    }
+    texture->setData(pixel, QOpenGLTexture::Float32, data);
+    const auto filter = smooth ? QOpenGLTexture::Linear : QOpenGLTexture::Nearest;
+    texture->setMinMagFilters(filter, filter);
+    texture->setWrapMode(QOpenGLTexture::ClampToEdge);
 }
 
 bool QOpenGLChannel::glCheck(const QString& where)

@@ -9,7 +9,9 @@
 #include <QOpenGLVertexArrayObject>
 #include <QOpenGLWidget>
 
+#include <array>
 #include <memory>
+#include <vector>
 
 class QMatrix4x4;
 class QRectF;
@@ -56,6 +58,15 @@ protected:
     // program is bound and has its uniforms but for `matrix`.
     void drawQuad(QOpenGLShaderProgram& program, const QMatrix4x4& matrix, const QRectF& rect,
                   const QRectF& texture);
+    // Flat-coloured rectangles, in pixels of the frame buffer from its top left. What lies outside is
+    // cut off before it loses precision.
+    void drawRects(const QVector<QRectF>& rects, const QColor& color);
+    // Discs about points in the same pixels.
+    void drawDiscs(const QVector<QPointF>& centres, double diameter, const QColor& color);
+    // Brings `data`, of `components` floats (1 or 4) for each texel, into a texture without mipmaps, made
+    // anew where its size differs. `smooth`: interpolated between texels.
+    static void uploadFloats(std::unique_ptr<QOpenGLTexture>& texture, const QSize& size, int components,
+                             const float* data, bool smooth);
 
     // Children of the widget. Null until initializeGL; selectionProgram and waveformProgram stay when
     // a context is lost (they go with the widget), the others become null.
@@ -76,6 +87,13 @@ private:
     void makeControlTexture();
     void makeColormapTextures();
     void makeQuad();
+    // `vertices`: x, y and the texture's coordinates.
+    using Vertex = std::array<GLfloat, 4>;
+    void drawVertices(QOpenGLShaderProgram& program, const QMatrix4x4& matrix, GLenum mode,
+                      const Vertex* vertices, int count);
+    // The corners of two triangles.
+    static void appendTriangles(std::vector<Vertex>& vertices, const QRectF& rect, const QRectF& texture);
+    [[nodiscard]] QMatrix4x4 frameMatrix() const;
 
     QOpenGLBuffer m_quadBuffer{QOpenGLBuffer::VertexBuffer};
     QOpenGLVertexArrayObject m_quadArray;

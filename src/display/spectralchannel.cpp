@@ -1,12 +1,8 @@
 #include "display/spectralchannel.h"
 
 #include "display/properties.h"
-#include "display/scales/colormaps.h"
 #include "display/viewgeometry.h"
-#include "display/visiblelayers.h"
 #include "model/layerroot.h"
-
-#include <algorithm>
 
 namespace {
 
@@ -19,11 +15,8 @@ Enum boundedEnum(int32_t value, Enum last)
 } // namespace
 
 SpectralChannel::SpectralChannel(int channel, QWidget* parent)
-    : QOpenGLChannel(parent),
-      IEvent(QStringLiteral("SpectralChannel")),
-      m_channel(channel)
+    : ChannelView(QStringLiteral("SpectralChannel"), channel, parent)
 {
-    setMouseTracking(true);
     readProperties();
 }
 
@@ -38,17 +31,8 @@ void SpectralChannel::readProperties()
     m_highdB = propertyOr("defaulthighdb", -18).toFloat();
     m_gamma = propertyOr("defaultgamma", 0.5).toFloat();
     m_timeSharpen = m_freqSharpen = propertyOr("defaultsharpening", 0).toFloat();
-    m_colormap = colormapFromString(propertyOr("defaultcolormap", "Laguna").toString());
-    m_composite = propertyOr("defaultcomposite", false).toBool();
-    m_targetActive = propertyOr("defaulttargetactive", false).toBool();
     m_lockBottomTo0 = m_lockCenterTo0 = propertyOr("defaultlockspectrogram", false).toBool();
     m_convert.freqScale = freqScaleFromString(propertyOr("defaultfreqscale", "Mel").toString());
-    m_convert.filtering = filteringFromString(propertyOr("defaultfiltering", "Cubic").toString());
-}
-
-bool SpectralChannel::hasValidFormat() const
-{
-    return m_convert.format.sampleRate > 0 && m_channel < m_convert.format.channels;
 }
 
 void SpectralChannel::setTransform(std::shared_ptr<const Transform> transform)
@@ -56,7 +40,7 @@ void SpectralChannel::setTransform(std::shared_ptr<const Transform> transform)
     m_transform = std::move(transform);
     m_convert.settings =
         m_transform ? static_cast<const TransformSettings&>(*m_transform) : TransformSettings();
-    for (auto& [layer, record] : m_layerTextures)
+    for (auto& [layer, record] : m_textures)
         record.texture->setTransform(m_transform);
     update();
 }
@@ -69,7 +53,7 @@ PointD SpectralChannel::documentPosition(const QPointF& pixel) const
 float SpectralChannel::magnitudeAt(const PointD& position) const
 {
     float sum = 0;
-    for (const auto& [layer, record] : m_layerTextures) {
+    for (const auto& [layer, record] : m_textures) {
         if (!record.currentData || !record.currentData->data)
             continue;
         const SpectralTextureData& picture = *record.currentData;
@@ -83,29 +67,11 @@ float SpectralChannel::magnitudeAt(const PointD& position) const
     return sum;
 }
 
-bool SpectralChannel::isOutstanding() const
-{
-    return std::any_of(m_layerTextures.begin(), m_layerTextures.end(),
-                       [](const auto& entry) { return entry.second.texture->isOutstanding(); });
-}
-
 // --- events -----------------------------------------------------------------------------------------
-
-void SpectralChannel::samplingFormatEvent(EventId, const SamplingFormat& format)
-{
-    m_convert.format = format;
-    update();
-}
 
 void SpectralChannel::freqScaleEvent(EventId, const int32_t& scale)
 {
     m_convert.freqScale = boundedEnum(scale, FreqScale::MidiLogarithmic);
-    update();
-}
-
-void SpectralChannel::filteringEvent(EventId, const int32_t& filtering)
-{
-    m_convert.filtering = boundedEnum(filtering, Filtering::Cubic);
     update();
 }
 
@@ -114,57 +80,24 @@ void SpectralChannel::layerEvent(EventId id, const ILayerPtr& layer)
     // The only way in which unchanged parameters make a thread read its samples again. A picture that
     // is not shown is made afresh anyway.
     if (id == EventId::LayerContentUpdate || id == EventId::LayerPropertiesChange)
-        for (auto& [own, record] : m_layerTextures)
-            if (record.shown && (!layer || own == layer || layer->contains(own, true)))
-                requestPicture(record, true);
+        m_textures.forEachShown(layer, [this](SpectralTexture& texture) { requestPicture(texture, true); });
     update();
 }
 
-void SpectralChannel::layerRootEvent(EventId, const LayerRoot& root)
+void SpectralChannel::layerRootEvent(EventId id, const LayerRoot& root)
 {
-    m_root = std::make_unique<LayerRoot>(root);
-    m_convert.format = root.format();
-    std::map<ILayerPtr, LayerTexture> kept;
-    for (const LayerInView& entry : layersInView(*root.project())) {
-        const auto known = m_layerTextures.find(entry.layer);
-        if (known != m_layerTextures.end()) {
-            kept[entry.layer] = std::move(known->second);
-            m_layerTextures.erase(known);
-            continue;
-        }
-        LayerTexture& record = kept[entry.layer];
-        record.texture = std::make_unique<SpectralTexture>(entry.layer, m_channel, m_transform);
-        connect(record.texture.get(), &SpectralTexture::textureAvailable, this, [this] { update(); });
-    }
-    // The others go, and their GL textures in their context.
+    ChannelView::layerRootEvent(id, root);
+    Textures::Map gone = m_textures.follow(root, [this](const ILayerPtr& layer) {
+        auto texture = std::make_unique<SpectralTexture>(layer, m_channel, m_transform);
+        connect(texture.get(), &SpectralTexture::textureAvailable, this, [this] { update(); });
+        return texture;
+    });
+    // In the context of their OpenGL textures.
     if (isValid())
         makeCurrent();
-    m_layerTextures.swap(kept);
-    kept.clear();
+    gone.clear();
     if (isValid())
         doneCurrent();
-    update();
-}
-
-void SpectralChannel::displayEnableEvent(EventId id, const bool& enabled)
-{
-    switch (id) {
-    case EventId::DisplayCompositeEnable:
-        m_composite = enabled;
-        break;
-    case EventId::DisplayTargetActiveEnable:
-        m_targetActive = enabled;
-        break;
-    case EventId::DisplayLockBottomTo0Enable:
-        m_lockBottomTo0 = enabled;
-        break;
-    case EventId::DisplayLockCenterTo0Enable:
-        m_lockCenterTo0 = enabled;
-        break;
-    default:
-        return;
-    }
-    update();
 }
 
 void SpectralChannel::displayValueEvent(EventId id, const float& value)
@@ -186,20 +119,9 @@ void SpectralChannel::displayValueEvent(EventId id, const float& value)
         m_freqSharpen = value;
         break;
     default:
+        ChannelView::displayValueEvent(id, value);
         return;
     }
-    update();
-}
-
-void SpectralChannel::colormapEvent(EventId, const int32_t& colormap)
-{
-    m_colormap = std::clamp(colormap, 0, colormapCount() - 1);
-    update();
-}
-
-void SpectralChannel::areaEvent(EventId, const Area& area)
-{
-    m_viewArea = area;
     update();
 }
 

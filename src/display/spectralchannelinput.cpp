@@ -2,6 +2,7 @@
 #include "display/properties.h"
 #include "display/spectralchannel.h"
 #include "display/viewgeometry.h"
+#include "display/wheelnavigation.h"
 #include "model/layerroot.h"
 
 #include <QMouseEvent>
@@ -11,42 +12,6 @@
 #include <utility>
 
 namespace {
-
-enum class WheelAction { Pan, Zoom, Displace };
-
-constexpr Qt::KeyboardModifiers relevantModifiers =
-    Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
-
-// What the wheel does, by the property wheelnavigation: 0 zooms without modifiers, 1 and 2 pan.
-WheelAction wheelAction(int navigation, Qt::KeyboardModifiers modifiers)
-{
-    const bool alt = modifiers & Qt::AltModifier;
-    const bool control = modifiers & Qt::ControlModifier;
-    const bool altAlone = alt && !control;
-    const bool controlAlone = control && !alt;
-    if (navigation == 2 ? altAlone : controlAlone)
-        return WheelAction::Displace;
-    if (navigation == 0 ? altAlone : modifiers == Qt::NoModifier)
-        return WheelAction::Pan;
-    return WheelAction::Zoom;
-}
-
-// Right-hand and upward turns of the wheel, after the rules for modifiers and axes.
-std::pair<double, double> wheelAxes(const QPoint& delta, Qt::KeyboardModifiers modifiers, bool middleHeld,
-                                    bool keepAxes)
-{
-    double dx = delta.x();
-    double dy = delta.y();
-    if (modifiers == Qt::AltModifier || modifiers == Qt::ShiftModifier || middleHeld) {
-        dx += dy;
-        dy = 0;
-    } else if (!(modifiers & Qt::ShiftModifier)) {
-        dx = -dx;
-    }
-    if (!keepAxes)
-        std::swap(dx, dy);
-    return {dx, dy};
-}
 
 float longestDisplacement()
 {
@@ -79,13 +44,10 @@ void SpectralChannel::displace(const Displacement& value)
 
 SpectralChannel::Drag SpectralChannel::dragFor(const QMouseEvent& event) const
 {
-    const Qt::KeyboardModifiers modifiers = event.modifiers() & relevantModifiers;
+    const Qt::KeyboardModifiers modifiers = event.modifiers() & wheelnavigation::relevantModifiers;
     if (event.button() == Qt::MiddleButton)
         return modifiers & Qt::ShiftModifier ? Drag::Displace : Drag::Pan;
-    const bool controlPans = propertyOr("leftbuttonnavigation", 1).toInt() == 0;
-    const Qt::KeyboardModifiers panning =
-        controlPans ? Qt::KeyboardModifiers(Qt::ControlModifier) : Qt::ControlModifier | Qt::AltModifier;
-    if (event.button() == Qt::LeftButton && modifiers == panning)
+    if (event.button() == Qt::LeftButton && wheelnavigation::leftButtonPans(modifiers))
         return Drag::Pan;
     return Drag::Pointer;
 }
@@ -173,21 +135,19 @@ void SpectralChannel::wheelEvent(QWheelEvent* event)
 {
     if (m_blocked || !hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
         return;
-    const Qt::KeyboardModifiers modifiers = event->modifiers() & relevantModifiers;
-    const int navigation = propertyOr("wheelnavigation", 0).toInt();
-    auto [dx, dy] = wheelAxes(event->angleDelta(), modifiers, event->buttons() & Qt::MiddleButton,
-                              propertyOr("invertwheelaxes", true).toBool());
-    switch (wheelAction(navigation, modifiers)) {
-    case WheelAction::Pan:
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & wheelnavigation::relevantModifiers;
+    auto [dx, dy] = wheelnavigation::axes(*event);
+    switch (wheelnavigation::action(modifiers)) {
+    case wheelnavigation::Action::Pan:
         navigate(viewgeometry::panned(m_convert, m_viewArea, dx / 1440, dy / 1440));
         break;
-    case WheelAction::Zoom:
+    case wheelnavigation::Action::Zoom:
         if (modifiers & Qt::ControlModifier && modifiers & Qt::AltModifier)
             dx = dy = dx + dy;
         wheelZoom(dx, dy, event->position());
         break;
-    case WheelAction::Displace:
-        if (modifiers & Qt::ShiftModifier && navigation == 2)
+    case wheelnavigation::Action::Displace:
+        if (modifiers & Qt::ShiftModifier && propertyOr("wheelnavigation", 0).toInt() == 2)
             std::swap(dx, dy);
         displace(
             {m_displacement.x - float(std::round(dx / 10)), m_displacement.y - float(std::round(dy / 10))});

@@ -1,0 +1,47 @@
+#include "display/wheelnavigation.h"
+
+#include "display/properties.h"
+
+#include <QWheelEvent>
+
+namespace wheelnavigation {
+
+Action action(Qt::KeyboardModifiers modifiers)
+{
+    const int navigation = propertyOr("wheelnavigation", 0).toInt();
+    const bool alt = modifiers & Qt::AltModifier;
+    const bool control = modifiers & Qt::ControlModifier;
+    const bool altAlone = alt && !control;
+    const bool controlAlone = control && !alt;
+    if (navigation == 2 ? altAlone : controlAlone)
+        return Action::Displace;
+    if (navigation == 0 ? altAlone : modifiers == Qt::NoModifier)
+        return Action::Pan;
+    return Action::Zoom;
+}
+
+std::pair<double, double> axes(const QWheelEvent& event)
+{
+    const Qt::KeyboardModifiers modifiers = event.modifiers() & relevantModifiers;
+    double dx = event.angleDelta().x();
+    double dy = event.angleDelta().y();
+    if (modifiers == Qt::AltModifier || modifiers == Qt::ShiftModifier ||
+        event.buttons() & Qt::MiddleButton) {
+        dx += dy;
+        dy = 0;
+    } else if (!(modifiers & Qt::ShiftModifier)) {
+        dx = -dx;
+    }
+    if (!propertyOr("invertwheelaxes", true).toBool())
+        std::swap(dx, dy);
+    return {dx, dy};
+}
+
+bool leftButtonPans(Qt::KeyboardModifiers modifiers)
+{
+    const bool controlPans = propertyOr("leftbuttonnavigation", 1).toInt() == 0;
+    return modifiers ==
+           (controlPans ? Qt::KeyboardModifiers(Qt::ControlModifier) : Qt::ControlModifier | Qt::AltModifier);
+}
+
+} // namespace wheelnavigation
