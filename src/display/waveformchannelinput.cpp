@@ -1,0 +1,186 @@
+// What WaveformChannel does with wheel, mouse and menu.
+#include "display/powerrange.h"
+#include "display/viewgeometry.h"
+#include "display/waveformchannel.h"
+#include "display/wheelnavigation.h"
+#include "model/layerroot.h"
+
+#include <QContextMenuEvent>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QWheelEvent>
+
+#include <cmath>
+#include <memory>
+
+Area WaveformChannel::limits() const
+{
+    return m_root ? m_root->project()->area() : Area();
+}
+
+// The frequencies of the area stay as they are: they are the spectrogram's.
+void WaveformChannel::showTime(double start, double length)
+{
+    Area area = m_viewArea;
+    area.x = start;
+    area.width = length;
+    const Area inside = viewgeometry::limited(m_convert, area, limits());
+    area.x = inside.x;
+    area.width = inside.width;
+    if (area == m_viewArea)
+        return;
+    m_viewArea = area;
+    update();
+    postEvent(this, EventId::DisplayAreaChange, m_viewArea, this);
+}
+
+void WaveformChannel::showPower(const PowerRange& range)
+{
+    const PowerRange wanted = m_lockCenterTo0 ? powerrange::centred(range) : range;
+    if (!powerrange::isUsable(wanted) || (wanted.low == m_power.low && wanted.high == m_power.high))
+        return;
+    m_power = wanted;
+    update();
+    postEvent(this, EventId::DisplayPowerChange, m_power, this);
+}
+
+// Moves the picture with the pointer.
+void WaveformChannel::pan(const QPointF& pixels)
+{
+    showTime(m_viewArea.x - pixels.x() / width() * m_viewArea.width, m_viewArea.width);
+    if (!m_lockCenterTo0)
+        showPower(powerrange::panned(m_power, pixels.y() / height()));
+}
+
+// --- mouse ------------------------------------------------------------------------------------------
+
+void WaveformChannel::updateCursor(const QPointF& at)
+{
+    const auto place = m_drag == Drag::None && !m_composite ? nearestSample(at) : std::nullopt;
+    if (m_drag == Drag::Pan)
+        setCursor(Qt::ClosedHandCursor);
+    else if (m_drag == Drag::Sample || (place && isOnDot(*place, at)))
+        setCursor(Qt::SizeVerCursor);
+    else
+        unsetCursor();
+}
+
+void WaveformChannel::mousePressEvent(QMouseEvent* event)
+{
+    if (m_blocked || m_drag != Drag::None || !hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+        return;
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & wheelnavigation::relevantModifiers;
+    m_lastPixel = event->localPos();
+    if (event->button() == Qt::MiddleButton ||
+        (event->button() == Qt::LeftButton && wheelnavigation::leftButtonPans(modifiers)))
+        m_drag = Drag::Pan;
+    else if (event->button() == Qt::LeftButton && modifiers == Qt::NoModifier)
+        beginSampleDrag(event->localPos());
+    updateCursor(event->localPos());
+}
+
+void WaveformChannel::mouseMoveEvent(QMouseEvent* event)
+{
+    if (m_blocked)
+        return;
+    const QPointF moved = event->localPos() - m_lastPixel;
+    m_lastPixel = event->localPos();
+    if (m_drag == Drag::Pan)
+        pan(moved);
+    else if (m_drag == Drag::Sample)
+        dragSample(event->localPos());
+    updateCursor(event->localPos());
+}
+
+void WaveformChannel::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->buttons() != Qt::NoButton)
+        return;
+    if (m_drag == Drag::Sample)
+        endSampleDrag(true);
+    m_drag = Drag::None;
+    updateCursor(event->localPos());
+}
+
+void WaveformChannel::keyPressEvent(QKeyEvent* event)
+{
+    // The keyboard is this view's own while a sample is dragged.
+    if (m_drag == Drag::Sample && event->key() == Qt::Key_Escape)
+        endSampleDrag(false);
+    else
+        ChannelView::keyPressEvent(event);
+}
+
+void WaveformChannel::wheelEvent(QWheelEvent* event)
+{
+    if (m_blocked || m_drag == Drag::Sample || !hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+        return;
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & wheelnavigation::relevantModifiers;
+    auto [dx, dy] = wheelnavigation::axes(*event);
+    switch (wheelnavigation::action(modifiers)) {
+    case wheelnavigation::Action::Pan:
+        pan(QPointF(-dx * width(), dy * height()) / 1440);
+        break;
+    case wheelnavigation::Action::Zoom: {
+        if (modifiers & Qt::ControlModifier && modifiers & Qt::AltModifier)
+            dx = dy = dx + dy;
+        const double x = event->position().x() / width();
+        const double length = std::max(1.0, m_viewArea.width * std::exp2(dx / -480));
+        showTime(m_viewArea.x + (m_viewArea.width - length) * x, length);
+        showPower(powerrange::zoomed(m_power, std::exp2(dy / -480), 1 - event->position().y() / height()));
+        break;
+    }
+    case wheelnavigation::Action::Displace: // a curve has no relief
+        break;
+    }
+    event->accept();
+}
+
+// --- menu -------------------------------------------------------------------------------------------
+
+void WaveformChannel::setChannelMode(QBitArray ChannelsMode::*bits, bool on)
+{
+    ChannelsMode mode = m_channelsMode;
+    if (m_channel >= (mode.*bits).size())
+        return;
+    (mode.*bits).setBit(m_channel, on);
+    postEvent(this, EventId::ChannelsModeChange, mode, nullptr);
+}
+
+QMenu* WaveformChannel::makeMenu(const QPointF& at)
+{
+    auto* menu = new QMenu(this);
+    const auto check = [menu](const QString& text, bool checked, const auto& toggled) {
+        QAction* action = menu->addAction(text);
+        action->setCheckable(true);
+        action->setChecked(checked);
+        connect(action, &QAction::triggered, menu, toggled);
+    };
+    const auto bit = [this](const QBitArray& bits) { return m_channel < bits.size() && bits[m_channel]; };
+    if (showsSamples()) {
+        menu->addAction(tr("Edit Sample..."), this, [this, at] { editSample(at); });
+        menu->addSeparator();
+    }
+    check(tr("Mute"), m_channel < m_channelsMode.enabled.size() && !bit(m_channelsMode.enabled),
+          [this](bool on) { setChannelMode(&ChannelsMode::enabled, !on); });
+    check(tr("Solo"), bit(m_channelsMode.solo), [this](bool on) { setChannelMode(&ChannelsMode::solo, on); });
+    menu->addSeparator();
+    check(tr("Always Center Waveform"), m_lockCenterTo0, [this](bool on) {
+        postEvent(this, EventId::DisplayLockCenterTo0Enable, on, nullptr);
+        if (on)
+            postEvent(this, EventId::DisplayPowerChange, m_power, this);
+    });
+    menu->addAction(tr("Zoom Out"), this, [this] { showPower(PowerRange()); });
+    check(tr("Unit Grid"), m_gridShown,
+          [this](bool on) { postEvent(this, EventId::DisplayGridEnable, on, nullptr); });
+    return menu;
+}
+
+void WaveformChannel::contextMenuEvent(QContextMenuEvent* event)
+{
+    if (m_blocked || m_drag != Drag::None || !hasValidFormat())
+        return;
+    const std::unique_ptr<QMenu> menu(makeMenu(event->pos()));
+    menu->exec(event->globalPos());
+}
