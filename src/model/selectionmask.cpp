@@ -336,7 +336,7 @@ void Selection::rasterize(Matrix& matrix, const Area& area) const
         return;
     const int tileWidth = std::min(touched.width(), SelectionMask::tileSize);
     QVector<QRect> tiles;
-    forEachTile(touched, std::max(fewestRasterRows, rasterPixels / tileWidth),
+    forEachTile(touched, std::clamp(rasterPixels / tileWidth, fewestRasterRows, SelectionMask::tileSize),
                 [&](const QRect& rect) { tiles << rect; });
     parallelFor(tiles.size(), [&](int64_t index) {
         const QRect rect = tiles.at(int(index));

@@ -116,6 +116,11 @@ TEST(SelectionMask, MoreRowsThanAPainterTakesHaveNoSeam)
     selection.add(rectangle(100, 3, 69900, 10), 30000, 2, false);
     const Area view{0, 0, 70000, 16};
     expectRectangle(mask(selection, view, 70000, 16), view, area, 30000, 2);
+    // However few columns it takes.
+    Selection line;
+    const Area narrow{100, 3, 69900, 1};
+    line.add(rectangle(100, 3, 69900, 1), 30000, 0, false);
+    expectRectangle(mask(line, view, 70000, 16), view, narrow, 30000, 0);
 }
 
 // FFT size 32768 at resolution 4: 65537 bins.
