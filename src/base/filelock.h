@@ -6,8 +6,9 @@
 
 #include <QString>
 
-// Holds a lock file exclusively (flock) while it lives. The file itself stays on disk when the lock
-// is given back: removing it would let two processes hold "the" lock on two files.
+// Holds a lock file exclusively (flock) while it lives. The file itself stays on disk when the lock is
+// given back, unless remove() is called. Whoever takes a lock makes sure that its file still has the name,
+// so no two processes hold "the" lock on two files.
 class FileLock
 {
 public:
@@ -18,7 +19,18 @@ public:
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
 
+    // Removes the file. Others may then take the lock, on a new file.
+    void remove();
+
+    // Whether somebody holds the file exclusively, be it this process. False when there is none.
+    [[nodiscard]] static bool isHeld(const QString& path);
+    // Removes a regular file of this user's that nobody holds a lock of any kind on. False when that was
+    // not to be.
+    static bool removeUnheld(const QString& path);
+
 private:
-    explicit FileLock(int descriptor) : m_descriptor(descriptor) {}
+    FileLock(QString path, int descriptor) : m_path(std::move(path)), m_descriptor(descriptor) {}
+
+    QString m_path;
     int m_descriptor;
 };

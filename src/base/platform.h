@@ -43,6 +43,9 @@ void becomeBackgroundHelper();
 
 // A second name for a file, on the same file system, that must be free. False where there is none to be had.
 [[nodiscard]] bool linkFile(const QString& from, const QString& to);
+// Opens a regular file for reading without following a link and without waiting (a FIFO would make it
+// wait). The descriptor is the caller's; -1 when it is no such file.
+[[nodiscard]] int openRegular(const QString& path);
 
 // True once the data of the open file, or the names in the folder, are on the disk. A folder on a
 // file system that cannot do it counts as done.

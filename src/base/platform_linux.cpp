@@ -135,6 +135,18 @@ bool createPrivateFile(const QString& path)
     return true;
 }
 
+int openRegular(const QString& path)
+{
+    const int file =
+        open(QFile::encodeName(path).constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    struct stat status;
+    if (file < 0 || (fstat(file, &status) == 0 && S_ISREG(status.st_mode)))
+        return file;
+    close(file);
+    errno = EINVAL;
+    return -1;
+}
+
 bool syncFile(int descriptor)
 {
     int result;

@@ -1,6 +1,7 @@
 #include "base/sessionfile.h"
 
 #include "base/faults.h"
+#include "base/locks.h"
 #include "base/platform.h"
 #include "base/tsan.h"
 
@@ -24,6 +25,18 @@
 namespace {
 
 thread_local QString lastFailure;
+
+ReadWriteLock keeperLock;
+ISessionFileKeeper* theKeeper = nullptr; // guarded by keeperLock
+
+// Whether `name` in the folder is the open file.
+bool isNamed(int folder, const QString& name, int file)
+{
+    struct stat opened, named;
+    return fstat(file, &opened) == 0 &&
+           fstatat(folder, QFile::encodeName(name).constData(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
 
 // The thread sanitizer does not see a mapping move, and would give false alarms.
 #ifdef MORVANE_TSAN
@@ -58,6 +71,21 @@ std::optional<int64_t> freeBytes(int file)
 
 } // namespace
 
+RetiredFile::RetiredFile(QString name, int folder, int file)
+    : m_name(std::move(name)),
+      m_folder(folder),
+      m_file(file)
+{
+}
+
+RetiredFile::~RetiredFile()
+{
+    if (!m_kept && isNamed(m_folder, m_name, m_file))
+        unlinkat(m_folder, QFile::encodeName(m_name).constData(), 0);
+    close(m_file);
+    close(m_folder);
+}
+
 struct SessionFile::Private
 {
     QString folder;
@@ -73,8 +101,8 @@ struct SessionFile::Private
     ~Private();
     bool openFolder(const QString& path);
     bool fail(const QString& cause) const;
-    // Whether the open file is the one that the folder holds under our name.
-    bool isStillOurs() const;
+    // Makes a new file under a name that nobody else has, and locks it as in use.
+    bool createFile();
     // Puts blocks on the disk for the given part of the file, of which `missing` bytes are not there
     // yet. May leave the file longer on false.
     bool allocate(int64_t from, int64_t bytes, int64_t missing);
@@ -90,13 +118,19 @@ SessionFile::Private::~Private()
     span.set(nullptr, 0, -1);
     if (map)
         munmap(map, static_cast<size_t>(mapped));
-    if (file >= 0) {
-        if (!kept && isStillOurs())
-            unlinkat(folderFd, QFile::encodeName(name).constData(), 0);
-        close(file);
+    if (file < 0) {
+        if (folderFd >= 0)
+            close(folderFd);
+        return;
     }
-    if (folderFd >= 0)
-        close(folderFd);
+    auto retired = std::make_unique<RetiredFile>(name, folderFd, file);
+    if (kept) {
+        retired->keep();
+        return;
+    }
+    const ReadLocker locker(keeperLock);
+    if (theKeeper)
+        theKeeper->retire(std::move(retired));
 }
 
 bool SessionFile::Private::fail(const QString& cause) const
@@ -112,12 +146,24 @@ bool SessionFile::Private::openFolder(const QString& path)
     return folderFd >= 0 || fail(platform::lastSystemError());
 }
 
-bool SessionFile::Private::isStillOurs() const
+bool SessionFile::Private::createFile()
 {
-    struct stat opened, named;
-    return fstat(file, &opened) == 0 &&
-           fstatat(folderFd, QFile::encodeName(name).constData(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+    for (;;) {
+        const quint32 random = QRandomGenerator::global()->generate();
+        name = QStringLiteral("layer(%1%2).pcm").arg(random >> 16, 0, 16).arg(random & 0xffff, 0, 16);
+        const int fresh = openat(folderFd, QFile::encodeName(name).constData(),
+                                 O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        if (fresh < 0 && errno == EEXIST)
+            continue;
+        if (fresh < 0)
+            return fail(platform::lastSystemError());
+        // Another process that clears the folder may have come between, and has removed it.
+        if (flock(fresh, LOCK_SH | LOCK_NB) == 0 && isNamed(folderFd, name, fresh)) {
+            file = fresh;
+            return true;
+        }
+        close(fresh);
+    }
 }
 
 bool SessionFile::Private::allocate(int64_t from, int64_t bytes, int64_t missing)
@@ -201,20 +247,8 @@ std::unique_ptr<SessionFile> SessionFile::create(const QString& folder, int64_t 
     auto d = std::make_unique<Private>();
     if (!d->openFolder(folder))
         return nullptr;
-    while (d->file < 0) {
-        const quint32 random = QRandomGenerator::global()->generate();
-        d->name = QStringLiteral("layer(%1%2).pcm").arg(random >> 16, 0, 16).arg(random & 0xffff, 0, 16);
-        d->file = openat(d->folderFd, QFile::encodeName(d->name).constData(),
-                         O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-        if (d->file < 0 && errno != EEXIST) {
-            d->fail(platform::lastSystemError());
-            return nullptr;
-        }
-    }
-    if (flock(d->file, LOCK_SH | LOCK_NB) != 0) {
-        d->fail(platform::lastSystemError());
+    if (!d->createFile())
         return nullptr;
-    }
     std::unique_ptr<SessionFile> file(new SessionFile(std::move(d)));
     if (!file->resize(bytes))
         return nullptr;
@@ -299,6 +333,12 @@ bool SessionFile::sync() const
 void SessionFile::keep()
 {
     d->kept = true;
+}
+
+void SessionFile::setKeeper(ISessionFileKeeper* keeper)
+{
+    const WriteLocker locker(keeperLock);
+    theKeeper = keeper;
 }
 
 QString SessionFile::lastError()

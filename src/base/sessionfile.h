@@ -6,11 +6,44 @@
 
 #include <QString>
 
+// The file of a SessionFile that has died: not mapped any more, but still there and still locked as in
+// use. It is removed with this object, unless keep() was called or the name stands for another file by
+// now. Any thread, one at a time.
+class RetiredFile
+{
+public:
+    // Takes the descriptors of the folder and of the file over.
+    RetiredFile(QString name, int folder, int file);
+    ~RetiredFile();
+    RetiredFile(const RetiredFile&) = delete;
+    RetiredFile& operator=(const RetiredFile&) = delete;
+
+    [[nodiscard]] const QString& name() const { return m_name; } // without its folder
+    void keep() { m_kept = true; }
+
+private:
+    QString m_name;
+    int m_folder;
+    int m_file;
+    bool m_kept = false;
+};
+
+// Whoever knows which files a manifest on the disk still names: removing one of these before a manifest
+// without it is safe on the disk would lose its samples in a crash.
+class ISessionFileKeeper
+{
+public:
+    virtual ~ISessionFileKeeper() = default;
+    // Any thread, under no lock of a caller of ours but those of layers. To let `file` die is to remove
+    // it.
+    virtual void retire(std::unique_ptr<RetiredFile> file) = 0;
+};
+
 // One file in a folder that the program owns, created exclusively, mode 0600, no link followed, and
 // mapped read-write from end to end. Disk space is reserved before it is mapped, and at least
 // `headroomBytes` of the disk stay free, so that a full disk is a false return and never a SIGBUS.
 // A shared lock (flock) on the file tells other processes that it is in use. The file is removed
-// when the object dies, unless `keep()` was called.
+// when the object dies, unless `keep()` was called, or by the keeper, if there is one.
 //
 // Should somebody else cut the file while it is mapped, zeros take the place of what is missing
 // (installFaultHandlers() must have been called), and damaged() tells it.
@@ -49,6 +82,9 @@ public:
     [[nodiscard]] bool sync() const;
     // Leaves the file on disk when the object dies.
     void keep();
+    // Gets every file that dies from here on in this process; null for none. Returns when no call of the
+    // keeper before is in progress any more.
+    static void setKeeper(ISessionFileKeeper* keeper);
     // Words for the last failure in this thread, naming folder and space: for the informative text
     // of a message box.
     [[nodiscard]] static QString lastError();

@@ -324,6 +324,58 @@ TEST_F(SessionFileTest, guardsAreFoundAlsoBehindTheFirstThousand)
     EXPECT_FALSE(early->damaged());
 }
 
+// Keeps every file that dies.
+class Keeper : public ISessionFileKeeper
+{
+public:
+    Keeper() { SessionFile::setKeeper(this); }
+    ~Keeper() override { SessionFile::setKeeper(nullptr); }
+    void retire(std::unique_ptr<RetiredFile> file) override { files.push_back(std::move(file)); }
+    std::vector<std::unique_ptr<RetiredFile>> files;
+};
+
+TEST_F(SessionFileTest, aKeeperGetsEachFileThatDiesAndDecidesWhenItGoes)
+{
+    QString path;
+    Keeper keeper;
+    {
+        const auto file = SessionFile::create(folder, 100);
+        path = file->path();
+        file->data()[0] = 'k';
+    }
+    ASSERT_EQ(keeper.files.size(), 1u);
+    EXPECT_EQ(keeper.files[0]->name(), QFileInfo(path).fileName());
+    EXPECT_EQ(QFileInfo(path).size(), 100);
+    EXPECT_FALSE(SessionFile::adopt(folder, path)) << "it is still locked as in use";
+    keeper.files.clear();
+    EXPECT_FALSE(QFileInfo::exists(path));
+}
+
+TEST_F(SessionFileTest, aKeeperIsNotAskedAboutFilesThatStayAnyway)
+{
+    Keeper keeper;
+    const auto file = SessionFile::create(folder, 100);
+    file->keep();
+    const QString path = file->path();
+    {
+        const auto gone = SessionFile::create(folder, 1);
+    }
+    EXPECT_EQ(keeper.files.size(), 1u);
+    keeper.files[0]->keep();
+    keeper.files.clear();
+    EXPECT_EQ(namesIn(folder).size(), 2);
+}
+
+TEST_F(SessionFileTest, aRetiredFileWhoseNameIsAnotherFileByNowLeavesThat)
+{
+    Keeper keeper;
+    const QString path = SessionFile::create(folder, 100)->path();
+    ASSERT_TRUE(QFile::remove(path));
+    writeFile(path, "another");
+    keeper.files.clear();
+    EXPECT_TRUE(QFileInfo::exists(path));
+}
+
 using SessionFileDeathTest = SessionFileTest;
 
 TEST_F(SessionFileDeathTest, aBusErrorElsewhereStillEndsTheProgram)
