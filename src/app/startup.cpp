@@ -326,6 +326,9 @@ void StartUp::createWindow(MainWindow*& window)
     qApp->setProperty("embedded", m_embedded);
     qInfo().noquote() << "Creating window...";
     window = new MainWindow(m_embedded); // deleted by the engine
+    // Not without a user: a picture would take what is there and leave nothing.
+    if (!m_embedded && !m_words.has("--picture"))
+        window->recoverSessions();
     if (m_splash)
         m_splash->close();
 }

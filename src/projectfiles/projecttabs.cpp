@@ -6,6 +6,7 @@
 #include "projectfiles/loadprogress.h"
 #include "projectfiles/postproject.h"
 #include "projectfiles/projectdefaults.h"
+#include "projectfiles/sessioncache.h"
 #include "ui/widgets/filechooser.h"
 #include "ui/widgets/messages.h"
 
@@ -94,6 +95,7 @@ void insertLayer(Project& project, const LayerPtr& layer)
 ProjectTabs::ProjectTabs(QWidget* parent)
     : QTabBar(parent),
       IEvent(QStringLiteral("ProjectTabs")),
+      m_cache(std::make_unique<SessionCache>()),
       m_empty(std::make_shared<Project>(SamplingFormat()))
 {
     setObjectName(QStringLiteral("projects"));
@@ -111,6 +113,8 @@ ProjectTabs::~ProjectTabs()
 {
     // The tabs go with the base class, when the projects are gone already.
     disconnect(this, &QTabBar::currentChanged, this, nullptr);
+    for (const ProjectPtr& project : m_projects)
+        m_cache->leave(*project);
 }
 
 bool ProjectTabs::open()
@@ -316,6 +320,7 @@ bool ProjectTabs::close(int tab, bool)
     if (!project(tab))
         return false;
     const ProjectPtr closed = m_projects.takeAt(tab); // until the views have let go of it
+    m_cache->forget(*closed);
     {
         const QSignalBlocker blocker(this);
         removeTab(tab);

@@ -11,6 +11,7 @@
 #include <QTabBar>
 
 class IFilePlugin;
+class SessionCache;
 struct ImportedFile;
 
 // One project for each tab. Every command on a whole document comes here: open, import, export,
@@ -48,6 +49,13 @@ public Q_SLOTS:
     // Asks for a name and writes the mix of a project's layers.
     bool exportProject(int tab);
     bool exportProject() { return exportProject(currentIndex()); }
+    // Writes the project's manifest into the session folder, from where a start after a crash recovers it.
+    // Happens by itself after every action of the history.
+    bool backup(int tab);
+    bool backup() { return backup(currentIndex()); }
+    // Opens the manifests of crashed sessions, each in a tab of its own, and makes them this session's.
+    // One that cannot be read stays, after its box.
+    bool recover(const QStringList& manifests);
     // These hide QWidget::close() on purpose: nobody closes the tab bar itself.
     bool close(int tab, bool force);
     bool close(int tab) { return close(tab, false); }
@@ -92,6 +100,7 @@ private:
     [[nodiscard]] ProjectPtr load(const QString& path, int64_t start);
     bool openFile(const QString& path, int64_t start, const QString& parent, const QString& server);
     bool importFile(const QString& path, int64_t start);
+    bool recoverProject(const QString& manifest);
     bool closeTabsOf(const QString& path);
     void addProject(const ProjectPtr& project);
     QWidget* makeCloseButton();
@@ -99,6 +108,7 @@ private:
     void markModified(); // the project in front, and its tab shows it
     void postCurrent();
 
+    std::unique_ptr<SessionCache> m_cache; // outlives the layers: it keeps files that they let go
     QList<IFilePlugin*> m_plugins;
     QList<ProjectPtr> m_projects; // by tab
     ProjectPtr m_loading;         // shown while it has no tab yet

@@ -131,6 +131,7 @@ void ProjectTabs::spectralMarkersEvent(EventId, const SpectralMarkerList& marker
 
 void ProjectTabs::historyRecordEvent(EventId, const HistoryEntry&)
 {
+    backup();
     markModified();
 }
 
@@ -145,6 +146,7 @@ void ProjectTabs::historyActivateEvent(EventId, const int32_t& row)
 {
     if (const ProjectPtr project = front())
         project->setHistoryIndex(row);
+    backup(); // a step through the history is an action too
     markModified();
 }
 

@@ -5,6 +5,7 @@
 #include "plugins/pluginloader.h"
 #include "projectfiles/hostservices.h"
 #include "projectfiles/projecttabs.h"
+#include "projectfiles/recovery.h"
 #include "ui/aboutdialog.h"
 #include "ui/actiontable.h"
 #include "ui/logdialog.h"
@@ -143,6 +144,15 @@ void MainWindow::showTabState()
 void MainWindow::areaEvent(EventId, const Area& area)
 {
     m_viewArea = area;
+}
+
+void MainWindow::recoverSessions()
+{
+    m_importing = true;
+    ::recoverSessions(this, SessionFolder(),
+                      [this](const QStringList& manifests) { m_tabs->recover(manifests); });
+    m_importing = false;
+    QMetaObject::invokeMethod(this, &MainWindow::sessionImport, Qt::QueuedConnection);
 }
 
 void MainWindow::sessionNewSocket(QLocalServer& server)

@@ -47,6 +47,9 @@ public Q_SLOTS:
     // acts on its records in order. Called after the start, and whenever somebody has appended to
     // the queue.
     void sessionImport();
+    // What the start does about crashed sessions: asks, and clears up. Records of the queue wait meanwhile.
+    // Runs the event loop.
+    void recoverSessions();
     // Takes the launches that wait at the server, eight at a time; the others wait there.
     void sessionNewSocket(QLocalServer& server);
     // Appends records of another launch to the queue and acts on them. A launch is refused while

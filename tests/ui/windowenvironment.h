@@ -112,6 +112,7 @@ protected:
 
     MainWindow& show()
     {
+        m_window.reset(); // one window, one session
         m_window = std::make_unique<MainWindow>(false);
         m_window->resize(1000, 600);
         m_window->show();
@@ -137,7 +138,13 @@ protected:
         record.source = QStringLiteral("test");
         queue(record);
     }
-    [[nodiscard]] QStringList sessionFiles() const { return QDir(m_session).entryList(QDir::Files); }
+    // All but the lock that a running session holds.
+    [[nodiscard]] QStringList sessionFiles() const
+    {
+        QStringList names = QDir(m_session).entryList(QDir::Files);
+        names.removeAll(QStringLiteral("session_Morvane test.lock"));
+        return names;
+    }
     [[nodiscard]] QString path(const char* name) const
     {
         return m_folder + QLatin1Char('/') + QLatin1String(name);

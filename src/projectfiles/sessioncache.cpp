@@ -1,0 +1,195 @@
+#include "projectfiles/sessioncache.h"
+
+#include "base/platform.h"
+#include "projectfiles/projectxml.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <mutex>
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+#include <QVariant>
+
+namespace {
+
+constexpr int lockMs = 1000; // others look at the lock for an instant
+
+QStringList sampleFiles(const Project& project)
+{
+    QStringList files;
+    for (const ILayerPtr& layer : project.root().allLayers()) {
+        const QString path = layer->filePath();
+        if (!path.isEmpty())
+            files << path;
+    }
+    return files;
+}
+
+QSet<QString> namesOf(const QStringList& paths)
+{
+    QSet<QString> names;
+    for (const QString& path : paths)
+        names << QFileInfo(path).fileName();
+    return names;
+}
+
+} // namespace
+
+SessionCache::SessionCache(std::chrono::milliseconds interval)
+    : m_session(QCoreApplication::instance()->property("sessionid").toString())
+{
+    if (m_folder.path().isEmpty() || m_session.isEmpty())
+        return;
+    m_lock = FileLock::take(m_folder.lockPath(m_session), lockMs);
+    if (!m_lock)
+        qWarning().noquote() << "no lock for this session in" << m_folder.path();
+    m_sync = std::make_unique<SessionSync>(
+        m_folder.path(), interval,
+        [this](uint64_t project, uint64_t generation) { safeOnDisk(project, generation); });
+    SessionFile::setKeeper(this);
+}
+
+SessionCache::~SessionCache()
+{
+    if (!m_sync)
+        return;
+    SessionFile::setKeeper(nullptr);
+    m_sync.reset();
+    // Closed projects: their manifests are gone, and once that is on the disk so may be the samples.
+    if (!m_retired.empty())
+        static_cast<void>(platform::syncFolder(m_folder.path()));
+    for (const uint64_t id : m_ids)
+        for (const auto& [generation, names] : m_named[id])
+            for (const auto& file : m_retired)
+                if (names.contains(file->name()))
+                    file->keep();
+    m_retired.clear();
+    if (m_lock)
+        m_lock->remove();
+}
+
+uint64_t SessionCache::idOf(const Project& project)
+{
+    auto found = m_ids.find(&project);
+    if (found == m_ids.end())
+        found = m_ids.insert(&project, ++m_lastId);
+    return *found;
+}
+
+// --- which files are named -------------------------------------------------------------------------
+
+bool SessionCache::isNamed(const QString& name) const
+{
+    for (const auto& project : m_named)
+        for (const auto& generation : project.second)
+            if (generation.second.contains(name))
+                return true;
+    return false;
+}
+
+void SessionCache::name(uint64_t id, const QSet<QString>& files)
+{
+    const std::lock_guard locker(m_mutex);
+    m_named[id][++m_generation] = files;
+}
+
+SessionCache::Files SessionCache::takeUnnamed()
+{
+    const auto unnamed = std::stable_partition(m_retired.begin(), m_retired.end(),
+                                               [this](const auto& file) { return isNamed(file->name()); });
+    Files files(std::make_move_iterator(unnamed), std::make_move_iterator(m_retired.end()));
+    m_retired.erase(unnamed, m_retired.end());
+    return files;
+}
+
+void SessionCache::safeOnDisk(uint64_t id, uint64_t generation)
+{
+    Files files; // removed when the lock is free again
+    const std::lock_guard locker(m_mutex);
+    const auto project = m_named.find(id);
+    if (project == m_named.end())
+        return;
+    project->second.erase(project->second.begin(), project->second.lower_bound(generation));
+    const auto& newest = project->second;
+    if (newest.size() == 1 && newest.begin()->second.isEmpty())
+        m_named.erase(project);
+    files = takeUnnamed();
+}
+
+void SessionCache::retire(std::unique_ptr<RetiredFile> file)
+{
+    const std::lock_guard locker(m_mutex);
+    if (isNamed(file->name()))
+        m_retired.push_back(std::move(file));
+    // Otherwise it dies with this call.
+}
+
+int SessionCache::retiredFiles()
+{
+    const std::lock_guard locker(m_mutex);
+    return int(m_retired.size());
+}
+
+// --- manifests -------------------------------------------------------------------------------------
+
+bool SessionCache::write(const Project& project)
+{
+    if (!m_sync)
+        return false;
+    const uint64_t id = idOf(project);
+    SessionSync::Job job;
+    job.manifest = m_folder.manifestPath(m_session, id);
+    job.samples = sampleFiles(project);
+    name(id, namesOf(job.samples));
+    job.generation = m_generation;
+    const SaveResult result = writeProjectXml(project, job.manifest, SampleFiles::Reference, {}, false);
+    if (!result.done) {
+        qWarning().noquote() << "no session backup:" << result.words;
+        const std::lock_guard locker(m_mutex);
+        m_named[id].erase(job.generation);
+        return false;
+    }
+    m_sync->request(id, job);
+    return true;
+}
+
+bool SessionCache::takeOver(const Project& project, const QString& manifest)
+{
+    if (!m_sync)
+        return false;
+    const uint64_t id = idOf(project);
+    const QString path = m_folder.manifestPath(m_session, id);
+    name(id, namesOf(sampleFiles(project)));
+    const bool renamed =
+        std::rename(QFile::encodeName(manifest).constData(), QFile::encodeName(path).constData()) == 0;
+    if (!renamed)
+        qWarning().noquote() << manifest << "cannot be renamed:" << platform::lastSystemError();
+    const bool written = write(project);
+    if (written && !renamed)
+        QFile::remove(manifest);
+    return written;
+}
+
+void SessionCache::leave(const Project& project)
+{
+    if (!m_ids.contains(&project))
+        return;
+    for (const ILayerPtr& layer : project.root().allLayers())
+        if (const auto own = std::dynamic_pointer_cast<Layer>(layer))
+            own->keepFile();
+}
+
+void SessionCache::forget(const Project& project)
+{
+    const auto found = m_ids.find(&project);
+    if (found == m_ids.end())
+        return;
+    const uint64_t id = *found;
+    m_ids.erase(found);
+    QFile::remove(m_folder.manifestPath(m_session, id));
+    name(id, {});
+    m_sync->request(id, {{}, {}, m_generation});
+}
