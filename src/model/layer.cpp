@@ -375,6 +375,18 @@ void Layer::read(float* out, Range range, int32_t channel, bool overwrite, bool 
         overlay->read(out, range, channel, false, true, gain);
 }
 
+bool Layer::mixInto(float* out, const Range& range, int32_t channel, bool withAttached, float gain,
+                    const SamplingFormat& layout) const
+{
+    if (m_timeOffset != 0 || m_timeScale != 1)
+        return false;
+    m_store.addTo(out, range, channel, gain * m_gainScale, layout);
+    const ILayerPtr overlay = withAttached ? attached() : nullptr;
+    if (overlay && sameLayout(overlay->format(), layout))
+        overlay->read(out, range, channel, false, true, gain);
+    return true;
+}
+
 bool Layer::write(const float* in, Range range, int32_t channel, bool overwrite)
 {
     const SamplingFormat form = format();

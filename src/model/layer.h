@@ -132,6 +132,11 @@ public:
     // and stays so).
     bool finishAppend();
 
+    // For groups: read() without `overwrite`, and nothing where the channels or the type differ from those
+    // of `layout`. False when the layer is moved or scaled on the timeline: nothing was done then, and
+    // read() is to be asked. Any thread.
+    [[nodiscard]] bool mixInto(float* out, const Range& range, int32_t channel, bool withAttached, float gain,
+                               const SamplingFormat& layout) const;
     // Whether the samples here would have to be computed anew for that format: its rate, sample type or
     // channel count is another one, or the matrix is not the identity (an empty one asks for the default
     // remix, and is none).

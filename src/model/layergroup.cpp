@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <typeinfo>
 #include <vector>
 
 #include <QCoreApplication>
@@ -270,8 +271,14 @@ void LayerGroup::mixChildren(float* out, const Range& ask, int32_t channel, bool
     for (const ILayerPtr& child : children) {
         const float childGain =
             soundsInGroup(*child, anySolo) ? float(child->polarity()) * child->multiplier() * gain : 0.0f;
-        if (childGain == 0 || child->range(withAttached).intersected(ask).isEmpty() ||
-            !fits(child->format(), form))
+        if (childGain == 0)
+            continue;
+        // Nearly all children are plain layers, and know by themselves what of them is in the span.
+        const ILayer& layer = *child;
+        if (typeid(layer) == typeid(Layer) &&
+            static_cast<const Layer&>(layer).mixInto(out, ask, channel, withAttached, childGain, form))
+            continue;
+        if (child->range(withAttached).intersected(ask).isEmpty() || !fits(child->format(), form))
             continue;
         child->read(out, ask, channel, false, withAttached, childGain);
     }

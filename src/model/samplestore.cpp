@@ -97,6 +97,14 @@ void SampleStore::read(float* out, const Range& ask, int32_t channel, bool overw
     readLocked(out, ask, channel, overwrite, gain);
 }
 
+void SampleStore::addTo(float* out, const Range& ask, int32_t channel, float gain,
+                        const SamplingFormat& layout) const
+{
+    const ReadLocker locker(m_map);
+    if (m_format.channels == layout.channels && m_format.sampleType == layout.sampleType)
+        readLocked(out, ask, channel, false, gain);
+}
+
 void SampleStore::readLocked(float* out, const Range& ask, int32_t channel, bool overwrite, float gain) const
 {
     const bool all = channel < 0;

@@ -56,6 +56,9 @@ public:
         ask.start = toRaw(m_start);
         readLocked(out, ask, channel, overwrite, gain);
     }
+    // Adds as read() does, if the samples have the channels and the type of `layout`; else nothing. One look
+    // at everything under one lock: a mix of many layers spends its time on little else.
+    void addTo(float* out, const Range& ask, int32_t channel, float gain, const SamplingFormat& layout) const;
     // Stores or adds; layout as in read(). What lies outside the span is passed over.
     void store(const float* in, const Range& range, int32_t channel, bool overwrite);
 
