@@ -2,14 +2,12 @@
 #include "base/faults.h"
 #include "base/safefile.h"
 #include "base/sessionfile.h"
+#include "support/smalldisk.h"
 #include "support/testsupport.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
-
-#include <sys/mount.h>
-#include <sys/statvfs.h>
 
 #include <QDir>
 #include <QFile>
@@ -17,41 +15,11 @@
 #include <QProcess>
 
 using testsupport::makeFolder;
+using testsupport::SmallDisk;
 
 namespace {
 
 constexpr int64_t megabyte = 1 << 20;
-
-// A disk of 96 MiB: above what session files leave free.
-class SmallDisk
-{
-public:
-    SmallDisk()
-    {
-        const QByteArray name = QFile::encodeName(path);
-        if (mount("tmpfs", name, "tmpfs", 0, "size=96m") != 0)
-            ADD_FAILURE() << "no disk could be mounted: " << std::strerror(errno);
-    }
-    ~SmallDisk() { umount2(QFile::encodeName(path), MNT_DETACH); }
-
-    [[nodiscard]] int64_t freeBytes() const
-    {
-        struct statvfs status;
-        EXPECT_EQ(statvfs(QFile::encodeName(path), &status), 0);
-        return static_cast<int64_t>(status.f_bavail * status.f_frsize);
-    }
-    // Leaves `left` bytes.
-    void fill(int64_t left) const
-    {
-        QFile file(path + QStringLiteral("/filler"));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        const QByteArray block(65536, 'f');
-        while (freeBytes() > left)
-            if (file.write(block) != block.size() || !file.flush())
-                break;
-    }
-    const QString path = makeFolder(QStringLiteral("disk"));
-};
 
 QByteArray readFile(const QString& path)
 {

@@ -2,9 +2,8 @@
 #include "model/documentlock.h"
 #include "model/history.h"
 
+#include "model/historysession.h"
 #include "model/layerregion.h"
-#include "model/modeltest.h"
-#include "model/project.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,129 +25,6 @@ using testing::IsEmpty;
 using testing::UnorderedElementsAreArray;
 
 namespace {
-
-// The owner of the project on the bus: posts its state, and stores what the bus tells.
-struct Owner : IEvent
-{
-    explicit Owner(const ProjectPtr& shown) : IEvent(QStringLiteral("Owner")), project(shown) {}
-
-    void post()
-    {
-        postEvent(this, EventId::SamplingFormatChange, project->format(), this);
-        postEvent(this, EventId::LayerRootChange, project->root(), this);
-        postEvent(this, EventId::LayerActivate, project->activeLayer(), this);
-        postEvent(this, EventId::SelectionChange, project->selection, this);
-        postEvent(this, EventId::MetaDataListChange, project->metadata, this);
-        postEvent(this, EventId::MarkerListChange, project->markerList(), this);
-        postEvent(this, EventId::SpectralMarkerListChange, project->spectralMarkerList(), this);
-        postEvent(this, EventId::HistoryListChange, project->history(), this);
-        postEvent(this, EventId::HistoryActivate, project->historyIndex(), this);
-    }
-    void note(EventId id) { heard << id; }
-
-    void layerEvent(EventId id, const ILayerPtr& layer) override
-    {
-        note(id);
-        if (id == EventId::LayerActivate)
-            project->setActiveLayer(layer);
-        else
-            updated << layer;
-    }
-    void metaDataEvent(EventId id, const MetaDataList& tags) override
-    {
-        note(id);
-        project->metadata = tags;
-    }
-    void markersEvent(EventId id, const MarkerList& markers) override
-    {
-        note(id);
-        project->setMarkerList(markers);
-    }
-    void spectralMarkersEvent(EventId id, const SpectralMarkerList& markers) override
-    {
-        note(id);
-        project->setSpectralMarkerList(markers);
-    }
-    void selectionEvent(EventId id, const Selection& selection) override
-    {
-        note(id);
-        project->selection = selection;
-    }
-    void historyListEvent(EventId id, const QList<HistoryEntry>& states) override
-    {
-        note(id);
-        project->setHistory(states, states.size() - 1);
-    }
-    void historyActivateEvent(EventId id, const int32_t& row) override
-    {
-        note(id);
-        project->setHistoryIndex(row);
-    }
-
-    ProjectPtr project;
-    QList<EventId> heard;
-    QList<ILayerPtr> updated;
-};
-
-void setProperty(const char* key, const QVariant& value)
-{
-    QCoreApplication::instance()->setProperty(key, value);
-}
-
-// A document whose edits go the way of the program's: change, tell, record.
-struct Session
-{
-    explicit Session(const SamplingFormat& format = realFormat()) : owner(std::make_shared<Project>(format))
-    {
-        QObject::connect(&history, &History::storageFailed, [this](const QString& told) { words << told; });
-        project().resetHistory("New");
-        owner.post();
-    }
-    [[nodiscard]] Project& project() { return *owner.project; }
-    [[nodiscard]] LayerGroupPtr tree() { return project().layers(); }
-    LayerPtr add(const std::vector<float>& samples, const LayerGroupPtr& group = nullptr)
-    {
-        const LayerPtr layer = layerOf(project().format(), samples);
-        EXPECT_TRUE((group ? group : tree())->appendChild(layer));
-        return layer;
-    }
-    // A layer that was there when the document was opened.
-    LayerPtr ground(const std::vector<float>& samples)
-    {
-        const LayerPtr layer = add(samples);
-        project().resetHistory("New");
-        owner.post();
-        return layer;
-    }
-    void write(const ILayerPtr& layer, int64_t position, const std::vector<float>& values)
-    {
-        EXPECT_TRUE(layer->write(values.data(), {position, int64_t(values.size())}, 0, true));
-        tell(layer);
-    }
-    static void tell(const ILayerPtr& layer)
-    {
-        postEvent(nullptr, EventId::LayerContentUpdate, layer, nullptr);
-    }
-    void record(const QString& name = QStringLiteral("Edit"))
-    {
-        HistoryEntry entry;
-        entry.name = name;
-        postEvent(nullptr, EventId::HistoryRecord, entry, nullptr);
-        owner.heard.clear();
-        owner.updated.clear();
-    }
-    [[nodiscard]] QStringList rows() const
-    {
-        QStringList names;
-        for (const HistoryEntry& entry : history.states())
-            names << entry.name;
-        return names;
-    }
-
-    History history;
-    Owner owner;
-    QStringList words; // of storageFailed
-};
 
 struct HistoryTest : testing::Test
 {
@@ -593,6 +469,45 @@ TEST_F(HistoryTest, ASessionFolderThatVanishesCostsTheActionAndNoMore)
     EXPECT_EQ(dataOf(*a), ramp(200000));
 }
 
+TEST_F(HistoryTest, ASessionFolderThatIsDeletedInTheMidstOfAnEditLosesNothingThatIsOpen)
+{
+    const QString before = sessionFolder(), folder = testsupport::makeFolder(QStringLiteral("deleted"));
+    setProperty("sessionpath", folder);
+    {
+        Session s;
+        const LayerPtr a = s.ground(ramp(400000));
+        s.write(a, 0, {50});
+        s.record("kept");
+        s.write(a, 100, {51}); // kept for undo already
+        ASSERT_TRUE(QDir(folder).removeRecursively());
+        s.write(a, 350000, {60}); // what is open may still grow
+        EXPECT_FALSE(a->changeFormat(realFormat(1, 44100), Matrix(1, 1), {}));
+        a->stretch(2);
+        EXPECT_EQ(a->dataRange(), (Range{0, 400000}));
+        Session::tell(a);
+        s.record("lost");
+        EXPECT_EQ(s.words.size(), 1);
+        EXPECT_TRUE(s.words.value(0).contains(folder)) << s.words.value(0).toStdString();
+        EXPECT_THAT(s.rows(), ElementsAre("New", "kept"));
+        std::vector<float> expected = ramp(400000);
+        expected[0] = 50;
+        EXPECT_TRUE(dataOf(*a) == expected) << "the whole action is taken back";
+        const float value = 60;
+        EXPECT_FALSE(a->write(&value, {350000, 1}, 0, true)) << "undo has no place any more";
+        EXPECT_TRUE(dataOf(*a) == expected);
+        EXPECT_TRUE(a->takeStorageError());
+        // With the folder back, everything goes on; what was open is still there.
+        ASSERT_TRUE(QDir().mkpath(folder));
+        s.write(a, 350000, {61});
+        s.record("again");
+        EXPECT_THAT(s.rows(), ElementsAre("New", "kept", "again"));
+        s.history.moveTo(0);
+        EXPECT_TRUE(dataOf(*a) == ramp(400000));
+    }
+    EXPECT_THAT(sessionFiles(), IsEmpty());
+    setProperty("sessionpath", before);
+}
+
 // --- hostile ---------------------------------------------------------------------------------------
 
 TEST_F(HistoryTest, AGroupIsNotAddedToItselfOrToItsOwnChild)
@@ -695,23 +610,6 @@ TEST_F(HistoryTest, ReadersFindATreeWhileTheHistoryRegroups)
 
 // --- the cost of undo ------------------------------------------------------------------------------
 
-QStringList filesOf(const QList<HistoryEntry>& states, const QList<ILayerPtr>& layers)
-{
-    QStringList paths;
-    const auto add = [&](const ILayerPtr& layer) {
-        if (layer && !layer->filePath().isEmpty())
-            paths << QFileInfo(layer->filePath()).fileName();
-    };
-    for (const ILayerPtr& layer : layers)
-        add(layer);
-    for (const HistoryEntry& entry : states)
-        for (const LayerRecord& record : entry.layerRecords) {
-            add(record.before);
-            add(record.after);
-        }
-    return paths;
-}
-
 TEST_F(HistoryTest, FortyEightStatesAndTheirDroppingLeaveOnlyFilesInUse)
 {
     Session s;
@@ -761,27 +659,61 @@ TEST_F(HistoryTest, ALowerLimitDropsSeveralStatesWithTheirFiles)
     EXPECT_EQ(sessionFiles().size(), 1 + 2 * 2);
 }
 
-TEST_F(HistoryTest, AnEditOfOneSecondCostsItsBlocksOneMoreAndTheAfterImage)
+int64_t bytesInUse()
 {
-    constexpr int64_t second = 48000;
-    Session s(realFormat(2));
-    const LayerPtr layer = s.ground(std::vector<float>(std::size_t(2 * 60 * second)));
-    const auto bytes = [] {
-        int64_t sum = 0;
-        for (const QFileInfo& file : QDir(sessionFolder()).entryInfoList(QDir::Files))
-            sum += file.size();
-        return sum;
-    };
-    const std::vector<float> in(std::size_t(2 * second), 0.5f);
-    for (const int64_t start : {second, 20 * second + 17, 30 * Layer::backupBlock, 59 * second}) {
-        const int64_t before = bytes();
-        EXPECT_TRUE(layer->write(in.data(), {start, second}, -1, true));
-        Session::tell(layer);
-        s.record();
-        const int64_t touched = (start + second - 1) / Layer::backupBlock - start / Layer::backupBlock + 1;
-        EXPECT_LE(bytes() - before, ((touched + 1) * Layer::backupBlock + second) * 8) << start;
-        EXPECT_GE(bytes() - before, 2 * second * 8) << start;
+    int64_t sum = 0;
+    for (const QFileInfo& file : QDir(sessionFolder()).entryInfoList(QDir::Files))
+        sum += file.size();
+    return sum;
+}
+
+// On a disk, where the samples of an hour are reserved and not written.
+TEST_F(HistoryTest, AnEditOfOneSecondInAnHourCostsItsBlocksOneMoreAndTheAfterImage)
+{
+    constexpr int64_t second = 48000, hour = 3600 * second;
+    const QString before = sessionFolder();
+    setProperty("sessionpath", testsupport::makeFolder(QStringLiteral("hour")));
+    {
+        Session s(realFormat(2));
+        const LayerPtr layer = Layer::create(realFormat(2), {}, 0, false);
+        layer->extendTo({0, hour});
+        ASSERT_FALSE(layer->takeStorageError()) << "this needs 1.4 GB of disk";
+        layer->startBackup();
+        s.ground(layer);
+        const std::vector<float> in(std::size_t(2 * second), 0.5f);
+        for (int i = 0; i < 60; ++i) {
+            // All over the hour, at block borders and at both ends.
+            const int64_t at = i == 0   ? 0
+                               : i == 1 ? hour - second
+                               : i == 2 ? 1000 * Layer::backupBlock
+                                        : (i * 59 * second + i * 777) % (hour - second);
+            const QStringList dropped = s.history.states().size() < History::limit()
+                                            ? QStringList()
+                                            : filesOf(s.history.states().mid(1, 1), {});
+            int64_t given = 0; // back, by the state that makes place
+            for (const QString& name : dropped)
+                given += QFileInfo(sessionFolder() + QLatin1Char('/') + name).size();
+            const int64_t used = bytesInUse();
+            EXPECT_TRUE(layer->write(in.data(), {at, second}, -1, true));
+            Session::tell(layer);
+            s.record();
+            const int64_t touched = (at + second - 1) / Layer::backupBlock - at / Layer::backupBlock + 1;
+            const int64_t cost = bytesInUse() - used + given;
+            ASSERT_LE(cost, ((touched + 1) * Layer::backupBlock + second) * 8) << at;
+            ASSERT_GE(cost, 2 * second * 8) << at;
+        }
+        EXPECT_EQ(s.history.states().size(), 48);
+        const QList<ILayerPtr> layers = s.project().root().allLayers();
+        EXPECT_EQ(sessionFiles().size(), 1 + 2 * 47);
+        EXPECT_THAT(sessionFiles(), UnorderedElementsAreArray(filesOf(s.history.states(), layers)));
+        s.history.moveTo(0);
+        EXPECT_THAT(sessionFiles(), UnorderedElementsAreArray(filesOf(s.history.states(), layers)));
+        EXPECT_EQ(s.history.deleteFrom(1), History::Result::Done);
+        EXPECT_THAT(sessionFiles(), UnorderedElementsAreArray(filesOf({}, layers)));
+        EXPECT_EQ(layer->range().length, hour);
     }
+    EXPECT_THAT(sessionFiles(), IsEmpty());
+    setProperty("sessionpath", before);
 }
 
 // --- random sessions -------------------------------------------------------------------------------
