@@ -55,8 +55,10 @@ struct Lane
         bool all = true;
         while (all && step.used < frames) {
             const int64_t block = std::min(int64_t(in.size()), frames - step.used);
-            for (int64_t i = 0; i < block; ++i)
-                in[std::size_t(i)] = source[(step.used + i) * stride];
+            if (stride == 2)
+                gather<2>(source + step.used * 2, block);
+            else
+                gather<0>(source + step.used * stride, block, stride);
             const int64_t used = feed(in.data(), block, room);
             all = used == block;
             step.used += used;
@@ -83,6 +85,15 @@ struct Lane
     bool ended = false;
 
 private:
+    // With the stride known to the compiler the loop becomes vector shuffles.
+    template<int Stride>
+    void gather(const float* __restrict source, int64_t count, int stride = Stride)
+    {
+        float* __restrict values = in.data();
+        for (int64_t i = 0; i < count; ++i)
+            values[i] = source[i * (Stride ? Stride : stride)];
+    }
+
     int64_t feed(const float* values, int64_t count, int64_t room)
     {
         const SoxrStream::Step part = stream.process(values, count, out.data() + step.made, room - step.made);
@@ -91,9 +102,20 @@ private:
     }
 };
 
+// Stereo, the usual case, in one pass.
 void interleave(const std::vector<std::unique_ptr<Lane>>& lanes, float* target, int64_t frames)
 {
     const std::size_t count = lanes.size();
+    if (count == 2) {
+        const float* __restrict left = lanes[0]->out.data();
+        const float* __restrict right = lanes[1]->out.data();
+        float* __restrict out = target;
+        for (int64_t frame = 0; frame < frames; ++frame) {
+            out[2 * frame] = left[frame];
+            out[2 * frame + 1] = right[frame];
+        }
+        return;
+    }
     for (std::size_t i = 0; i < count; ++i) {
         const float* values = lanes[i]->out.data();
         for (int64_t frame = 0; frame < frames; ++frame)
