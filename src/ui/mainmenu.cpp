@@ -3,7 +3,9 @@
 #include "display/channelsdisplay.h"
 #include "projectfiles/projecttabs.h"
 #include "ui/actiontable.h"
+#include "ui/displaypanel.h"
 #include "ui/mainwindow.h"
+#include "ui/widgets/qdockwidgetext.h"
 
 #include <QCoreApplication>
 #include <QMenu>
@@ -102,9 +104,6 @@ std::vector<Row> viewRows(MainWindow& window)
           true},
          [&window](bool on) { window.toggleFullscreen(on); }},
         {"",
-         {id("displaycomposite"), text("Toggle Composite View"), {}, none, key("C"), true},
-         [&window](bool) { window.toggleComposite(); }},
-        {"",
          {id("displayzoomin"), text("Zoom In"), {}, none, key("Ctrl+="), true},
          [&display](bool) { display.zoomIn(); }},
         {"",
@@ -128,6 +127,58 @@ std::vector<Row> viewRows(MainWindow& window)
     };
 }
 
+struct DisplayCommand
+{
+    const char* id;
+    const char* label;
+    void (DisplayPanel::*slot)();
+    const char* keys;
+};
+
+using Panel = DisplayPanel;
+constexpr DisplayCommand displayCommands[] = {
+    {"displaycomposite", QT_TR_NOOP("Toggle Composite View"), &Panel::toggleCompositeView, "C"},
+    {"displayincreasecolormap", QT_TR_NOOP("Increase Color Map Hue"), &Panel::increaseColormap, ""},
+    {"displaydecreasecolormap", QT_TR_NOOP("Decrease Color Map Hue"), &Panel::decreaseColormap, ""},
+    {"displayincreasebrightness", QT_TR_NOOP("Increase Brightness"), &Panel::increaseGamma, ""},
+    {"displaydecreasebrightness", QT_TR_NOOP("Decrease Brightness"), &Panel::decreaseGamma, ""},
+    {"displayincreaselowestamplitude", QT_TR_NOOP("Increase Lowest Amplitude"),
+     &Panel::increaseLowestAmplitude, ""},
+    {"displaydecreaselowestamplitude", QT_TR_NOOP("Decrease Lowest Amplitude"),
+     &Panel::decreaseLowestAmplitude, ""},
+    {"displayincreasehighestamplitude", QT_TR_NOOP("Increase Highest Amplitude"),
+     &Panel::increaseHighestAmplitude, ""},
+    {"displaydecreasehighestamplitude", QT_TR_NOOP("Decrease Highest Amplitude"),
+     &Panel::decreaseHighestAmplitude, ""},
+    {"displayincreaseselectionopacity", QT_TR_NOOP("Increase Selection Opacity"),
+     &Panel::increaseSelectionOpacity, ""},
+    {"displaydecreaseselectionopacity", QT_TR_NOOP("Decrease Selection Opacity"),
+     &Panel::decreaseSelectionOpacity, ""},
+    {"displayincreasefftdr", QT_TR_NOOP("Increase Spectral Dynamic Range"), &Panel::increaseWindow, ""},
+    {"displaydecreasefftdr", QT_TR_NOOP("Decrease Spectral Dynamic Range"), &Panel::decreaseWindow, ""},
+    {"displayincreasefftsize", QT_TR_NOOP("Increase FFT Size"), &Panel::increaseSize, "PgUp"},
+    {"displaydecreasefftsize", QT_TR_NOOP("Decrease FFT Size"), &Panel::decreaseSize, "PgDown"},
+    {"displayincreaseresolution", QT_TR_NOOP("Increase Resolution"), &Panel::increaseResolution, ""},
+    {"displaydecreaseresolution", QT_TR_NOOP("Decrease Resolution"), &Panel::decreaseResolution, ""},
+    {"displayincreasesharpening", QT_TR_NOOP("Increase Refinement"), &Panel::increaseSharpening, ""},
+    {"displaydecreasesharpening", QT_TR_NOOP("Decrease Refinement"), &Panel::decreaseSharpening, ""},
+};
+
+std::vector<Row> displayRows(MainWindow& window)
+{
+    std::vector<Row> rows;
+    for (const DisplayCommand& command : displayCommands) {
+        ActionRow action;
+        action.id = QString::fromLatin1(command.id);
+        action.label = text(command.label);
+        action.keys = QString::fromLatin1(command.keys);
+        action.needsProject = true;
+        rows.push_back(
+            {"", action, [&panel = window.displayPanel(), slot = command.slot](bool) { (panel.*slot)(); }});
+    }
+    return rows;
+}
+
 std::vector<Row> helpRows(MainWindow& window)
 {
     const auto id = [](const char* name) { return QString::fromLatin1(name); };
@@ -146,7 +197,7 @@ std::vector<Row> helpRows(MainWindow& window)
     };
 }
 
-void addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>& rows)
+QMenu* addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>& rows)
 {
     QMenu* menu = nullptr;
     for (const Row& row : rows) {
@@ -161,6 +212,7 @@ void addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>& r
             menu = window.menuBar()->addMenu(text(row.menu));
         menu->addAction(action);
     }
+    return menu;
 }
 
 } // namespace
@@ -169,6 +221,12 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
 {
     window.menuBar()->setAccessibleName(text("Menus"));
     addRows(window, actions, fileRows(window));
-    addRows(window, actions, viewRows(window));
+    addRows(window, actions, displayRows(window));
+    QMenu* view = addRows(window, actions, viewRows(window));
+    auto* panels = new QMenu(text("Panels"), view);
+    for (QDockWidgetExt* panel : window.panels())
+        panels->addAction(panel->toggleViewAction());
+    view->insertMenu(view->actions().first(), panels);
+    view->insertSeparator(view->actions().at(1));
     addRows(window, actions, helpRows(window));
 }

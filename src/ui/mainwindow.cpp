@@ -8,6 +8,7 @@
 #include "projectfiles/recovery.h"
 #include "ui/aboutdialog.h"
 #include "ui/actiontable.h"
+#include "ui/displaypanel.h"
 #include "ui/logdialog.h"
 #include "ui/mainmenu.h"
 #include "ui/objectproperties.h"
@@ -16,6 +17,7 @@
 #include "ui/statusreadout.h"
 #include "ui/stylesheet.h"
 #include "ui/supportinfo.h"
+#include "ui/widgets/qdockwidgetext.h"
 #include "ui/windowgeometry.h"
 
 #include <QCoreApplication>
@@ -69,6 +71,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     setContextMenuPolicy(Qt::NoContextMenu);
     setFocusPolicy(Qt::ClickFocus);
     buildCentral();
+    buildPanels();
     m_actions = new ActionTable(*this);
     buildMainMenu(*this, *m_actions);
     m_status = new StatusReadout(this);
@@ -131,6 +134,23 @@ void MainWindow::buildCentral()
     layout->addWidget(new OverviewBar(central));
     layout->addWidget(m_display, 1);
     setCentralWidget(central);
+}
+
+void MainWindow::buildPanels()
+{
+    setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
+    setDockOptions(QMainWindow::AnimatedDocks);
+    m_displayPanel = new DisplayPanel;
+    const auto add = [this](QWidget* panel, const QString& name, const QString& title, const char* icon,
+                            const char* unroll) {
+        auto* dock = new QDockWidgetExt(title, QIcon(QString::fromLatin1(icon)), panel, this);
+        dock->setObjectName(name);
+        dock->setUnrolled(QCoreApplication::instance()->property(unroll).toBool());
+        addDockWidget(Qt::RightDockWidgetArea, dock);
+        m_panels << dock;
+    };
+    add(m_displayPanel, QStringLiteral("DisplayPanel"), tr("Display"), ":/icons/display.png",
+        "unrolldisplaypanel");
 }
 
 void MainWindow::showTabState()
@@ -232,12 +252,6 @@ void MainWindow::toggleFullscreen(bool on)
     setWindowState(on ? windowState() | Qt::WindowFullScreen : windowState() & ~Qt::WindowFullScreen);
     if (!on && m_wasMaximized)
         setWindowState(windowState() | Qt::WindowMaximized);
-}
-
-void MainWindow::toggleComposite()
-{
-    if (const ProjectPtr project = m_tabs->currentProject())
-        postEvent(this, EventId::DisplayCompositeEnable, !project->display.composite, nullptr);
 }
 
 void MainWindow::showLog()

@@ -11,9 +11,11 @@
 
 class ActionTable;
 class ChannelsDisplay;
+class DisplayPanel;
 class IFilePlugin;
 class PluginLoader;
 class ProjectTabs;
+class QDockWidgetExt;
 class QLocalServer;
 class StatusReadout;
 
@@ -34,6 +36,9 @@ public:
     [[nodiscard]] ProjectTabs& projectTabs() { return *m_tabs; }
     [[nodiscard]] ChannelsDisplay& channelsDisplay() { return *m_display; }
     [[nodiscard]] ActionTable& actionTable() { return *m_actions; }
+    [[nodiscard]] DisplayPanel& displayPanel() { return *m_displayPanel; }
+    // The dock panels, in the order of the menu.
+    [[nodiscard]] const QList<QDockWidgetExt*>& panels() const { return m_panels; }
     [[nodiscard]] QList<IFilePlugin*> filePlugins() const;
 
     // How many records of the import queue were acted on, and which of their files did not open.
@@ -56,7 +61,6 @@ public Q_SLOTS:
     // 40,000 records of others still wait.
     void sessionSocketData(const QByteArray& records);
     void toggleFullscreen(bool on);
-    void toggleComposite();
     void showLog();
     void showSupportInfo();
     void showAbout();
@@ -70,6 +74,7 @@ protected:
 private:
     void loadPlugins();
     void buildCentral();
+    void buildPanels();
     void showTabState();
     void actOn(const SessionRecord& record);
 
@@ -87,4 +92,6 @@ private:
     ChannelsDisplay* m_display = nullptr;
     ActionTable* m_actions = nullptr;
     StatusReadout* m_status = nullptr;
+    DisplayPanel* m_displayPanel = nullptr; // in the first of the panels
+    QList<QDockWidgetExt*> m_panels;
 };
