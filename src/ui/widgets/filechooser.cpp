@@ -2,9 +2,13 @@
 
 #include "ui/widgets/usersettings.h"
 
+#include <QAbstractItemView>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFileSystemModel>
+#include <QHash>
 
+#include <algorithm>
 #include <utility>
 
 namespace filechooser {
@@ -19,10 +23,35 @@ Chooser& chooser()
     return current;
 }
 
+// The list sorts by what the user clicked on, not by the order of the clicks.
+QStringList inShownOrder(const QFileDialog& dialog)
+{
+    QStringList files = dialog.selectedFiles();
+    const auto* view = dialog.findChild<QAbstractItemView*>(QStringLiteral("treeView"));
+    if (!view || !view->selectionModel())
+        return files; // a dialog of the desktop's own
+    QHash<QString, int> rows;
+    for (const QModelIndex& index : view->selectionModel()->selectedRows())
+        rows.insert(index.data(QFileSystemModel::FileNameRole).toString(), index.row());
+    const auto row = [&rows](const QString& path) { return rows.value(QFileInfo(path).fileName()); };
+    std::stable_sort(files.begin(), files.end(),
+                     [&row](const QString& a, const QString& b) { return row(a) < row(b); });
+    return files;
+}
+
 Choice ask(QWidget* parent, const Request& request)
 {
     Choice choice;
     const QString filters = request.filters.join(QStringLiteral(";;"));
+    if (request.several) {
+        QFileDialog dialog(parent, request.title, request.path, filters);
+        dialog.setFileMode(QFileDialog::ExistingFiles);
+        if (dialog.exec() == QDialog::Accepted) {
+            choice.paths = inShownOrder(dialog);
+            choice.filter = dialog.selectedNameFilter();
+        }
+        return choice;
+    }
     choice.path =
         request.save
             ? QFileDialog::getSaveFileName(parent, request.title, request.path, filters, &choice.filter)
@@ -46,7 +75,11 @@ Choice choose(QWidget* parent, const Request& asked)
         request.path = folder;
     else if (QFileInfo(request.path).isRelative() && !folder.isEmpty())
         request.path = folder + QLatin1Char('/') + request.path;
-    const Choice choice = chooser() ? chooser()(request) : ask(parent, request);
+    Choice choice = chooser() ? chooser()(request) : ask(parent, request);
+    if (request.several && choice.paths.isEmpty() && !choice.path.isEmpty())
+        choice.paths << choice.path;
+    if (!choice.paths.isEmpty())
+        choice.path = choice.paths.first();
     if (!choice.path.isEmpty())
         settings.setValue(lastFolder, QFileInfo(choice.path).absolutePath());
     return choice;

@@ -14,15 +14,17 @@ namespace filechooser {
 struct Request
 {
     QString title;
-    QString path;        // folder to start in, or a proposed file
-    QStringList filters; // "Microsoft WAV (*.wav)"
-    bool save = false;   // asks before it overwrites
+    QString path;         // folder to start in, or a proposed file
+    QStringList filters;  // "Microsoft WAV (*.wav)"
+    bool save = false;    // asks before it overwrites
+    bool several = false; // for opening: more than one file may be chosen
 };
 
 struct Choice
 {
     QString path; // empty: cancelled
     QString filter;
+    QStringList paths = {}; // of a request for several: all, in the order in which the dialog shows them
 };
 
 // Chooses in place of a user. An empty function shows real dialogs again.
