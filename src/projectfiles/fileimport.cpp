@@ -2,10 +2,13 @@
 
 #include "plugins/ifileplugin.h"
 #include "projectfiles/fileformats.h"
+#include "projectfiles/markscale.h"
+#include "projectfiles/samplefitter.h"
 #include "ui/widgets/messages.h"
 
 #include <algorithm>
 #include <exception>
+#include <memory>
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -75,20 +78,33 @@ public:
     }
     void message(const QString& text) override { m_messages << text; }
 
+    // After the last sample. False when the disk had no room for what was still on its way.
+    bool finish();
+
     [[nodiscard]] bool begun() const { return m_begun; }
     [[nodiscard]] bool cancelled() const { return m_cancelled; }
-    [[nodiscard]] bool formatRefused() const { return m_begun && !m_result.layer; }
+    [[nodiscard]] bool formatRefused() const { return m_formatRefused; }
+    // Sample points of the file.
+    [[nodiscard]] int64_t frames() const { return m_frames; }
     [[nodiscard]] bool storageFailed() const { return m_storageFailed; }
     [[nodiscard]] const QString& storageCause() const { return m_storageCause; }
     [[nodiscard]] QString messages() const { return m_messages.join(QLatin1Char('\n')); }
 
 private:
+    bool makeLayer();
+    bool store(const float* interleaved, int64_t frames);
+
     const QString& m_path;
     int64_t m_start;
     ImportedFile& m_result;
     const FileImport::Callbacks& m_callbacks;
     QElapsedTimer m_sinceGrown;
+    SamplingFormat m_format; // of the file
+    int64_t m_expected = -1; // sample points that the file announces
+    int64_t m_frames = 0;
+    std::unique_ptr<SampleFitter> m_fitter; // null where the layer has the format of the file
     bool m_begun = false;
+    bool m_formatRefused = false;
     bool m_cancelled = false;
     bool m_storageFailed = false;
     QString m_storageCause;
@@ -102,16 +118,37 @@ bool LayerSink::begin(const ImportInfo& info)
     m_begun = true;
     m_result.bits = info.bits;
     m_result.isFloat = info.isFloat;
-    SamplingFormat format = info.format;
-    if (!sanitizeFormat(format))
+    m_format = info.format;
+    m_expected = info.expectedFrames;
+    if (!sanitizeFormat(m_format)) {
+        m_formatRefused = true;
         return false;
+    }
+    // A file that says it is empty is not asked about; if it lies, its first samples come here again.
+    return m_expected == 0 || makeLayer();
+}
+
+bool LayerSink::makeLayer()
+{
+    SamplingFormat format = m_format;
+    if (m_callbacks.fit && !m_callbacks.fit(format)) {
+        m_cancelled = true;
+        return false;
+    }
+    if (format != m_format) {
+        m_fitter = std::make_unique<SampleFitter>(m_format, format);
+        if (!m_fitter->isUsable()) {
+            m_formatRefused = true;
+            return false;
+        }
+    }
     LayerHeader header;
     header.name = QFileInfo(m_path).completeBaseName();
     m_result.layer = Layer::create(format, header, m_start, false);
     // Only a hint: without room for it the import goes as far as the disk does.
-    const int64_t possible = maxExpansion * QFileInfo(m_path).size() / format.frameBytes();
-    if (info.expectedFrames > 0 && info.expectedFrames <= possible &&
-        !m_result.layer->reserve(info.expectedFrames))
+    const int64_t possible = maxExpansion * QFileInfo(m_path).size() / m_format.frameBytes();
+    const int64_t expected = m_fitter ? m_fitter->outputFrames(m_expected) : m_expected;
+    if (m_expected > 0 && m_expected <= possible && !m_result.layer->reserve(expected))
         m_result.layer->takeStorageError();
     if (m_callbacks.started)
         m_callbacks.started(m_result.layer);
@@ -120,10 +157,21 @@ bool LayerSink::begin(const ImportInfo& info)
 
 bool LayerSink::samples(const float* interleaved, int64_t frames)
 {
-    if (!m_result.layer || m_storageFailed)
+    if (!m_begun || m_formatRefused || m_cancelled || m_storageFailed)
         return false;
     if (frames < 1)
         return true;
+    if (!m_result.layer && !makeLayer())
+        return false;
+    m_frames += frames;
+    if (!m_fitter)
+        return store(interleaved, frames);
+    return m_fitter->take(interleaved, frames,
+                          [this](const float* out, int64_t count) { return store(out, count); });
+}
+
+bool LayerSink::store(const float* interleaved, int64_t frames)
+{
     if (!m_result.layer->append(interleaved, frames)) {
         m_storageFailed = true;
         m_result.layer->takeStorageError(&m_storageCause);
@@ -134,6 +182,15 @@ bool LayerSink::samples(const float* interleaved, int64_t frames)
         m_sinceGrown.restart();
     }
     return true;
+}
+
+bool LayerSink::finish()
+{
+    if (!m_fitter)
+        return true;
+    scaleTime(m_result.markers, m_fitter->ratio());
+    scaleTime(m_result.spectralMarkers, m_fitter->ratio());
+    return m_fitter->finish([this](const float* out, int64_t count) { return store(out, count); });
 }
 
 // The plug-in's own code; what it throws is its failure.
@@ -151,9 +208,10 @@ bool callPlugin(IFilePlugin& plugin, const QString& path, IImportSink& sink)
 
 } // namespace
 
-FileImport::FileImport(const QList<IFilePlugin*>& plugins, QWidget* parent)
+FileImport::FileImport(const QList<IFilePlugin*>& plugins, QWidget* parent, Source source)
     : m_plugins(plugins),
-      m_parent(parent)
+      m_parent(parent),
+      m_source(source)
 {
 }
 
@@ -182,7 +240,7 @@ bool FileImport::check(const QString& path)
     if (!info.isReadable())
         return say(unreadable, QT_TRANSLATE_NOOP("ProjectTabs", "Reading it is not permitted."));
     if (fileformats::importers(m_plugins, path).isEmpty())
-        return say(unknownSuffix, "");
+        return say(m_source == Source::Dialog ? unknownFormat : unknownSuffix, "");
     if (info.size() == 0)
         return say(noData, "");
     return true;
@@ -219,16 +277,18 @@ bool FileImport::run(const QString& path, int64_t start, ImportedFile& result, c
         }
         if (sink.formatRefused())
             return fail(badFormat, sink.messages());
+        if (!sink.storageFailed() && result.layer)
+            static_cast<void>(sink.finish());
         if (sink.storageFailed())
             return fail(notStored, sink.storageCause());
-        result.layer->finishAppend();
-        const int64_t frames = result.layer->dataRange().length;
-        if (frames < 1)
+        if (result.layer)
+            result.layer->finishAppend();
+        if (!result.layer || result.layer->isEmpty())
             return fail(noData, sink.messages());
         if (!good)
             return fail(unreadable, sink.messages());
         qInfo().noquote() << QStringLiteral("Read %1 samples, %2bits %3")
-                                 .arg(frames)
+                                 .arg(sink.frames())
                                  .arg(result.bits)
                                  .arg(QLatin1String(result.isFloat ? "float" : "int"));
         if (callbacks.grown)

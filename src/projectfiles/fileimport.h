@@ -33,6 +33,10 @@ public:
     // Any may be empty.
     struct Callbacks
     {
+        // The format of the file, to be changed to that which the layer shall have; the samples are
+        // converted on their way, and marks move with them. False ends the import without a box. Not
+        // called for a file without samples.
+        std::function<bool(SamplingFormat&)> fit;
         // The format is known and the layer made; it is still empty. The caller may show it, and
         // drops it again when run() answers false.
         std::function<void(const LayerPtr&)> started;
@@ -42,10 +46,14 @@ public:
         std::function<bool(int64_t done, int64_t total)> progress;
     };
 
-    FileImport(const QList<IFilePlugin*>& plugins, QWidget* parent);
+    // Where the path comes from: chosen in a dialog, or named from outside. The words for a suffix that
+    // nobody reads differ.
+    enum class Source { Dialog, Name };
 
-    // Imports `path`, the layer starting at sample point `start`. False after a box or a cancel: no
-    // layer, and once the caller holds none either, no file in the session folder.
+    FileImport(const QList<IFilePlugin*>& plugins, QWidget* parent, Source source = Source::Name);
+
+    // Imports `path`, the layer starting at sample point `start` of its own format. False after a box or a
+    // cancel: no layer, and once the caller holds none either, no file in the session folder.
     bool run(const QString& path, int64_t start, ImportedFile& result, const Callbacks& callbacks = {});
 
 private:
@@ -54,5 +62,6 @@ private:
 
     QList<IFilePlugin*> m_plugins;
     QWidget* m_parent;
+    Source m_source;
     QString m_path; // of the running import
 };
