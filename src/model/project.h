@@ -71,6 +71,11 @@ public:
 
     QString name;          // as the tab shows it
     bool modified = false; // set by every change that makes a state of the history
+    // Where the mix was written last, as which format, or the recording of the program below: what
+    // "replace" writes to. Empty: nowhere yet.
+    QString exportPath;
+    QString exportFilter;
+    bool belongsToCaller = false; // that is: to the program below, which takes its recording back
     // The program that sent the file, and the socket on which it waits for an answer; may be empty.
     QString externalParent;
     QString externalServer;

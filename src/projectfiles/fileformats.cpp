@@ -1,6 +1,7 @@
 #include "projectfiles/fileformats.h"
 
 #include "plugins/ifileplugin.h"
+#include "projectfiles/projectsuffix.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -48,13 +49,14 @@ QList<IFilePlugin*> fileformats::importers(const QList<IFilePlugin*>& plugins, c
     return list;
 }
 
-QStringList fileformats::importFilters(const QList<IFilePlugin*>& plugins)
+QStringList fileformats::openFilters(const QList<IFilePlugin*>& plugins)
 {
     QStringList patterns;
-    for (const QString& suffix : importSuffixes(plugins))
+    for (const QString& suffix : suffixes(projectFilter()) + importSuffixes(plugins))
         patterns << QStringLiteral("*.") + suffix;
     QStringList list{QCoreApplication::translate("ProjectTabs", "All Supported Formats (%1)")
-                         .arg(patterns.join(QLatin1Char(' ')))};
+                         .arg(patterns.join(QLatin1Char(' '))),
+                     projectFilter()};
     for (IFilePlugin* plugin : plugins)
         list << plugin->importFilters();
     return list;

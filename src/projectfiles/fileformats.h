@@ -15,8 +15,8 @@ namespace fileformats {
 [[nodiscard]] QStringList importSuffixes(const QList<IFilePlugin*>& plugins);
 // The plug-ins that import files of this name, compared by its last suffix without case.
 [[nodiscard]] QList<IFilePlugin*> importers(const QList<IFilePlugin*>& plugins, const QString& path);
-// For an open dialog: "All Supported Formats (...)", then the filters of all plug-ins.
-[[nodiscard]] QStringList importFilters(const QList<IFilePlugin*>& plugins);
+// For an open dialog: "All Supported Formats (...)", project files, then the filters of all plug-ins.
+[[nodiscard]] QStringList openFilters(const QList<IFilePlugin*>& plugins);
 // For a save dialog: the filters of all plug-ins, `first` in front when it is among them.
 [[nodiscard]] QStringList exportFilters(const QList<IFilePlugin*>& plugins, const QString& first);
 

@@ -1,23 +1,25 @@
 #include "projectfiles/projecttabs.h"
 
-#include "projectfiles/fileexport.h"
+#include "projectfiles/changeformat.h"
+#include "projectfiles/closequestion.h"
+#include "projectfiles/duplicateto.h"
+#include "projectfiles/exportflow.h"
 #include "projectfiles/fileformats.h"
-#include "projectfiles/fileimport.h"
-#include "projectfiles/loadprogress.h"
+#include "projectfiles/importflow.h"
+#include "projectfiles/newproject.h"
+#include "projectfiles/openflow.h"
 #include "projectfiles/postproject.h"
-#include "projectfiles/projectdefaults.h"
+#include "projectfiles/projectsuffix.h"
+#include "projectfiles/saveflow.h"
 #include "projectfiles/sessioncache.h"
 #include "ui/widgets/filechooser.h"
 #include "ui/widgets/messages.h"
 
-#include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QSignalBlocker>
 #include <QToolButton>
-#include <QVariant>
 
 #include <algorithm>
 
@@ -32,65 +34,21 @@ QString formatText(const SamplingFormat& format)
         .arg(format.sampleRate, 0, 'g', 15);
 }
 
-// Marks of the file stand where its layer stands.
-MarkerList shifted(MarkerList markers, int64_t start)
+filechooser::Request openRequest(const QList<IFilePlugin*>& plugins)
 {
-    for (Marker& marker : markers)
-        marker.position += start;
-    return markers;
-}
-
-SpectralMarkerList shifted(SpectralMarkerList markers, int64_t start)
-{
-    for (SpectralMarker& marker : markers)
-        marker.time += double(start);
-    return markers;
-}
-
-// What the file tells beside its samples; tags that the project has already stay.
-void addLists(Project& project, const ImportedFile& file, int64_t start)
-{
-    project.setMarkerList(project.markerList() + shifted(file.markers, start));
-    project.setSpectralMarkerList(project.spectralMarkerList() + shifted(file.spectralMarkers, start));
-    for (auto it = file.metaData.begin(); it != file.metaData.end(); ++it)
-        if (!project.metadata.contains(it.key()))
-            project.metadata.insert(it.key(), it.value());
-}
-
-// How often a growing layer is drawn anew: each time costs a whole picture, on the cores that decode.
-class Pace
-{
-public:
-    Pace() { m_timer.start(); }
-    bool isDue()
-    {
-        if (m_timer.elapsed() < interval)
-            return false;
-        m_timer.restart();
-        return true;
-    }
-
-private:
-    static constexpr int interval = 300; // ms
-    QElapsedTimer m_timer;
-};
-
-// Navigation may cost the last digits.
-bool isWhole(const Area& area, const Area& whole)
-{
-    constexpr double nearly = 1 - 1e-6;
-    return area.width >= whole.width * nearly && area.height >= whole.height * nearly;
-}
-
-// `layer` stands directly above the active one, or on top.
-void insertLayer(Project& project, const LayerPtr& layer)
-{
-    const int active = int(project.layers()->children(ChildrenDirect).indexOf(project.activeLayer()));
-    project.layers()->insertChildAt(std::max(active, 0), layer);
-    project.setActiveLayer(layer);
+    filechooser::Request request;
+    request.title = ProjectTabs::tr("Open Project");
+    request.filters = fileformats::openFilters(plugins);
+    return request;
 }
 
 } // namespace
+
+ProjectTabs::Busy::~Busy()
+{
+    if (--m_tabs.m_busy == 0)
+        Q_EMIT m_tabs.becameIdle();
+}
 
 ProjectTabs::ProjectTabs(QWidget* parent)
     : QTabBar(parent),
@@ -117,28 +75,56 @@ ProjectTabs::~ProjectTabs()
         m_cache->leave(*project);
 }
 
+FlowHost ProjectTabs::flowHost()
+{
+    return {window(), m_plugins, this, [this](const ProjectPtr& project) {
+                m_loading = project;
+                if (project)
+                    postProject(*project, this);
+                else
+                    postCurrent();
+            }};
+}
+
+// --- new, open, import -----------------------------------------------------------------------------
+
+bool ProjectTabs::newProject()
+{
+    const Busy busy(*this);
+    QStringList names;
+    for (const ProjectPtr& project : qAsConst(m_projects))
+        names << project->name;
+    const ProjectPtr project = askNewProject(names, window());
+    if (project)
+        addProject(project);
+    return project != nullptr;
+}
+
 bool ProjectTabs::open()
 {
-    filechooser::Request request;
-    request.title = tr("Open Project");
-    request.filters = fileformats::importFilters(m_plugins);
-    const QString path = filechooser::choose(window(), request).path;
+    const Busy busy(*this);
+    const QString path = filechooser::choose(window(), openRequest(m_plugins)).path;
     if (path.isEmpty())
         return false;
     qInfo().noquote() << QStringLiteral("opening %1...").arg(path);
-    return openFile(path, 0, {}, {});
+    return openFile(path, 0, FileImport::Source::Dialog);
 }
 
 bool ProjectTabs::parse(const QString& fileName, int64_t startSmp, int sessionType, const QString& parent,
                         const QString& server)
 {
+    const Busy busy(*this);
     const QString path = QDir::cleanPath(QDir::current().absoluteFilePath(fileName));
     qInfo().noquote() << QStringLiteral("opening %1...").arg(path);
-    if (sessionType == mergeSession && currentProject())
-        return importFile(path, startSmp);
+    if (sessionType == mergeSession && currentProject() && projectForm(path) == ProjectForm::None)
+        return importFiles({path}, startSmp, FileImport::Source::Name);
     if (sessionType == replaceSession && !closeTabsOf(path))
         return false;
-    return openFile(path, startSmp, parent, server);
+    if (!openFile(path, startSmp, FileImport::Source::Name))
+        return false;
+    noteCaller(*currentProject(), path, parent, server);
+    tellExportBack();
+    return true;
 }
 
 bool ProjectTabs::closeTabsOf(const QString& path)
@@ -155,171 +141,187 @@ bool ProjectTabs::closeTabsOf(const QString& path)
     return true;
 }
 
-ProjectPtr ProjectTabs::load(const QString& path, int64_t start)
+bool ProjectTabs::openFile(const QString& path, int64_t start, FileImport::Source source)
 {
-    const QString name = QFileInfo(path).fileName();
-    LoadProgress progress(window(), tr("Opening %1...").arg(name));
-    ProjectPtr project;
-    FileImport::Callbacks callbacks;
-    callbacks.progress = [&progress](int64_t done, int64_t total) { return progress(done, total); };
-    callbacks.started = [&](const LayerPtr& layer) {
-        project = makeProject(layer->format());
-        project->name = name;
-        project->setFilePath(path);
-        insertLayer(*project, layer);
-        project->setDisplayArea(project->wholeArea());
-        m_loading = project;
-        postProject(*project, this);
-    };
-    Pace pace;
-    callbacks.grown = [&](const LayerPtr& layer) {
-        if (!pace.isDue())
-            return;
-        project->setDisplayArea(project->wholeArea());
-        postEvent(this, EventId::LayerContentUpdate, ILayerPtr(layer), this);
-        postEvent(this, EventId::DisplayAreaChange, project->display.displayArea, this);
-    };
-    ImportedFile file;
-    const bool done = FileImport(m_plugins, window()).run(path, start, file, callbacks);
+    const FlowHost host = flowHost();
+    const ProjectPtr project = OpenFlow(host).run(path, start, source);
     m_loading.reset();
-    if (!done) {
-        // Whoever showed the growing layer lets go of it.
-        if (project)
-            postCurrent();
-        return nullptr;
-    }
-    file.layer->startBackup();
-    addLists(*project, file, start);
-    project->resetHistory(QStringLiteral("Import"), QIcon(QStringLiteral(":/icons/import.png")));
-    project->setDisplayArea(project->wholeArea());
-    return project;
-}
-
-bool ProjectTabs::openFile(const QString& path, int64_t start, const QString& parent, const QString& server)
-{
-    const ProjectPtr project = load(path, start);
     if (!project)
         return false;
-    project->externalParent = parent;
-    project->externalServer = server;
     addProject(project);
+    Q_EMIT recentFileUpdated(path);
     return true;
 }
 
 bool ProjectTabs::importLayer()
 {
+    const Busy busy(*this);
     const ProjectPtr project = currentProject();
     if (!project)
         return false;
-    filechooser::Request request;
-    request.title = tr("Open Project");
-    request.filters = fileformats::importFilters(m_plugins);
-    const QString path = filechooser::choose(window(), request).path;
-    return !path.isEmpty() && importFile(path, project->position());
+    filechooser::Request request = openRequest(m_plugins);
+    request.several = true;
+    const QStringList paths = filechooser::choose(window(), request).paths;
+    return !paths.isEmpty() && importFiles(paths, project->position(), FileImport::Source::Dialog);
 }
 
-bool ProjectTabs::importFile(const QString& path, int64_t start)
+bool ProjectTabs::importFiles(const QStringList& paths, int64_t start, FileImport::Source source)
 {
-    const ProjectPtr project = currentProject();
-    const ILayerPtr wasActive = project->activeLayer();
-    const bool sawWhole = isWhole(project->display.displayArea, project->wholeArea());
-    SamplingFormat other; // what the file has, where it does not fit
-    LayerPtr added;
-    LoadProgress progress(window(), tr("Importing %1...").arg(QFileInfo(path).fileName()));
-    FileImport::Callbacks callbacks;
-    callbacks.progress = [&](int64_t done, int64_t total) {
-        return other.channels == 0 && progress(done, total);
-    };
-    callbacks.started = [&](const LayerPtr& layer) {
-        if (layer->format() != project->format()) {
-            other = layer->format();
-            return;
-        }
-        insertLayer(*project, layer);
-        added = layer;
-        postCurrent();
-    };
-    Pace pace;
-    callbacks.grown = [&](const LayerPtr& layer) {
-        if (!added || !pace.isDue())
-            return;
-        postEvent(this, EventId::LayerContentUpdate, ILayerPtr(layer), this);
-        if (!sawWhole)
-            return;
-        project->setDisplayArea(project->wholeArea());
-        postEvent(this, EventId::DisplayAreaChange, project->display.displayArea, this);
-    };
-    ImportedFile file;
-    const bool done = FileImport(m_plugins, window()).run(path, start, file, callbacks) && added;
-    if (!done) {
-        if (added) {
-            project->layers()->removeChildLayer(added);
-            project->setActiveLayer(wasActive);
-            if (sawWhole)
-                project->setDisplayArea(project->wholeArea());
-            postCurrent();
-        }
-        if (other.channels > 0)
-            messages::warning(
-                window(), tr("Import Layer"), tr("The file format doesn't match the project format."),
-                tr("%1: %2. The project: %3.")
-                    .arg(QDir::toNativeSeparators(path), formatText(other), formatText(project->format())));
+    const FlowHost host = flowHost();
+    return ImportFlow(host, currentProject(), source).run(paths, start);
+}
+
+// --- save, export ----------------------------------------------------------------------------------
+
+bool ProjectTabs::save(int tab)
+{
+    const Busy busy(*this);
+    const ProjectPtr project = this->project(tab);
+    const FlowHost host = flowHost();
+    return project && saved(project, SaveFlow(host, project).save());
+}
+
+bool ProjectTabs::saveAs(int tab)
+{
+    const Busy busy(*this);
+    const ProjectPtr project = this->project(tab);
+    const FlowHost host = flowHost();
+    return project && saved(project, SaveFlow(host, project).saveAs());
+}
+
+bool ProjectTabs::saved(const ProjectPtr& project, bool done)
+{
+    if (!done)
         return false;
-    }
-    added->startBackup();
-    addLists(*project, file, start);
-    if (sawWhole)
-        project->setDisplayArea(project->wholeArea());
-    project->modified = true;
-    HistoryEntry entry;
-    entry.name = QStringLiteral("Import");
-    entry.icon = QIcon(QStringLiteral(":/icons/import.png"));
-    postCurrent();
-    postEvent(this, EventId::HistoryRecord, entry, this);
-    refreshTab(currentIndex());
+    m_cache->write(*project); // a recovered project knows the new path
+    refreshTab(project);
+    Q_EMIT recentFileUpdated(project->filePath());
     return true;
 }
 
 bool ProjectTabs::exportProject(int tab)
 {
+    const Busy busy(*this);
+    const ProjectPtr project = this->project(tab);
+    const FlowHost host = flowHost();
+    const bool done = project && ExportFlow(host, project).run();
+    tellExportBack();
+    return done;
+}
+
+bool ProjectTabs::exportProjectBack(int tab)
+{
+    const Busy busy(*this);
+    const ProjectPtr project = this->project(tab);
+    const FlowHost host = flowHost();
+    if (!project || !ExportFlow(host, project).back())
+        return false;
+    refreshTab(project);
+    return true;
+}
+
+// --- format, copies --------------------------------------------------------------------------------
+
+bool ProjectTabs::changeFormat(int tab)
+{
+    const Busy busy(*this);
+    const ProjectPtr project = this->project(tab);
+    const FlowHost host = flowHost();
+    if (!project || !ChangeFormat(host, project).run([this] { Q_EMIT transportStopRequested(); }))
+        return false;
+    if (project == currentProject())
+        postCurrent();
+    refreshTab(project);
+    m_cache->write(*project);
+    return true;
+}
+
+bool ProjectTabs::duplicateProject(int tab)
+{
+    const Busy busy(*this);
+    const ProjectPtr project = this->project(tab);
+    const ProjectPtr copy = project ? ::duplicateProject(flowHost(), *project) : nullptr;
+    if (!copy)
+        return false;
+    addProject(copy);
+    m_cache->write(*copy);
+    return true;
+}
+
+bool ProjectTabs::duplicateTo(int tab)
+{
+    const Busy busy(*this);
     const ProjectPtr project = this->project(tab);
     if (!project)
         return false;
-    if (project->layers()->range().isEmpty()) {
-        messages::warning(window(), tr("Nothing to export"), tr("No data to export."));
+    const FlowHost host = flowHost();
+    const DuplicatedLayer copy = DuplicateTo(host, project).run(m_projects);
+    if (!copy.project)
         return false;
+    if (copy.isNew) {
+        addProject(copy.project);
+        m_cache->write(*copy.project);
+        return true;
     }
-    const QString first = QCoreApplication::instance()->property("defaultexportformat").toString();
-    filechooser::Request request;
-    request.title = tr("Export File");
-    request.filters = fileformats::exportFilters(m_plugins, first);
-    request.save = true;
-    const QStringList suffixes = fileformats::suffixes(request.filters.value(0));
-    request.path = QFileInfo(project->name).completeBaseName() + QLatin1Char('.') + suffixes.value(0);
-    filechooser::Choice choice = filechooser::choose(window(), request);
-    if (choice.path.isEmpty())
-        return false;
-    // A name without suffix takes that of the format; the dialog has not asked about that file.
-    if (QFileInfo(choice.path).suffix().isEmpty()) {
-        choice.path += QLatin1Char('.') + fileformats::suffixes(choice.filter).value(0, suffixes.value(0));
-        if (QFileInfo::exists(choice.path) &&
-            !messages::question(
-                window(), request.title,
-                tr("%1 already exists.\nDo you want to replace it ?").arg(QFileInfo(choice.path).fileName())))
-            return false;
-    }
-    qInfo().noquote() << QStringLiteral("exporting %1...").arg(choice.path);
-    LoadProgress progress(window(), tr("Exporting %1...").arg(QFileInfo(choice.path).fileName()));
-    return FileExport(m_plugins, window())
-        .run(choice.path, choice.filter, {project->layers(), project->markerList(), project->metadata},
-             [&progress](int64_t done, int64_t total) { return progress(done, total); });
+    if (copy.project == currentProject())
+        postCurrent();
+    else
+        setCurrentIndex(m_projects.indexOf(copy.project));
+    HistoryEntry entry;
+    entry.name = QStringLiteral("Duplicate");
+    entry.icon = QIcon(QStringLiteral(":/icons/copy.png"));
+    postEvent(this, EventId::HistoryRecord, entry, nullptr);
+    return true;
 }
 
-bool ProjectTabs::close(int tab, bool)
+// --- close -----------------------------------------------------------------------------------------
+
+bool ProjectTabs::close(int tab, bool force)
 {
-    if (!project(tab))
+    const Busy busy(*this);
+    const ProjectPtr project = this->project(tab);
+    if (!project || (!force && !settleUnsaved(project)))
         return false;
-    const ProjectPtr closed = m_projects.takeAt(tab); // until the views have let go of it
+    removeProject(project);
+    return true;
+}
+
+bool ProjectTabs::closeAll()
+{
+    const Busy busy(*this);
+    const QList<ProjectPtr> all = m_projects;
+    if (!std::all_of(all.begin(), all.end(),
+                     [this](const ProjectPtr& project) { return settleUnsaved(project); }))
+        return false;
+    for (const ProjectPtr& project : all)
+        removeProject(project);
+    return true;
+}
+
+bool ProjectTabs::settleUnsaved(const ProjectPtr& project)
+{
+    if (!project->modified)
+        return true;
+    const int tab = m_projects.indexOf(project);
+    setCurrentIndex(tab); // the user sees what is asked about
+    switch (askBeforeClosing(*project, window())) {
+    case CloseAnswer::Save:
+        return project->belongsToCaller ? exportProjectBack(tab) : save(tab);
+    case CloseAnswer::Discard:
+        return true;
+    case CloseAnswer::Cancel:
+        break;
+    }
+    return false;
+}
+
+void ProjectTabs::removeProject(const ProjectPtr& project)
+{
+    const ProjectPtr closed = project; // until the views have let go of it
+    const int tab = m_projects.indexOf(project);
+    if (tab < 0)
+        return;
+    m_projects.removeAt(tab);
     m_cache->forget(*closed);
     {
         const QSignalBlocker blocker(this);
@@ -327,16 +329,9 @@ bool ProjectTabs::close(int tab, bool)
     }
     setVisible(count() > 0);
     postCurrent();
-    return true;
 }
 
-bool ProjectTabs::closeAll()
-{
-    while (count() > 0)
-        if (!close(count() - 1))
-            return false;
-    return true;
-}
+// --- tabs ------------------------------------------------------------------------------------------
 
 void ProjectTabs::addProject(const ProjectPtr& project)
 {
@@ -346,7 +341,7 @@ void ProjectTabs::addProject(const ProjectPtr& project)
         setCurrentIndex(addTab(QString()));
     }
     setTabButton(currentIndex(), QTabBar::RightSide, makeCloseButton());
-    refreshTab(currentIndex());
+    refreshTab(project);
     setVisible(true);
     postCurrent();
 }
@@ -370,25 +365,38 @@ QWidget* ProjectTabs::makeCloseButton()
     return button;
 }
 
-void ProjectTabs::refreshTab(int tab)
+void ProjectTabs::refreshTab(const ProjectPtr& project)
 {
-    const ProjectPtr project = this->project(tab);
+    const int tab = m_projects.indexOf(project);
+    if (tab < 0)
+        return;
     QString title = project->name;
     title.replace(QLatin1Char('&'), QLatin1String("&&"));
     setTabText(tab, project->modified ? title + QStringLiteral(" *") : title);
-    setTabToolTip(tab, QStringLiteral("%1\n%2").arg(QDir::toNativeSeparators(project->filePath()),
-                                                    formatText(project->format())));
+    const QString path = QDir::toNativeSeparators(project->filePath());
+    setTabToolTip(tab, path.isEmpty() ? formatText(project->format())
+                                      : path + QLatin1Char('\n') + formatText(project->format()));
     if (QWidget* button = tabButton(tab, QTabBar::RightSide)) {
         button->setToolTip(tr("Close %1").arg(project->name));
         button->setAccessibleName(button->toolTip());
     }
+    if (tab == currentIndex())
+        Q_EMIT currentProjectChanged();
 }
 
 void ProjectTabs::postCurrent()
 {
     const ProjectPtr project = currentProject();
     postProject(project ? *project : *m_empty, this);
+    tellExportBack();
     Q_EMIT currentProjectChanged();
+}
+
+void ProjectTabs::tellExportBack()
+{
+    const ProjectPtr project = currentProject();
+    Q_EMIT exportBackTextUpdated(project ? exportBackName(*project) : QString());
+    Q_EMIT exportBackEnabled(project && !project->exportPath.isEmpty());
 }
 
 QSize ProjectTabs::minimumTabSizeHint(int tab) const

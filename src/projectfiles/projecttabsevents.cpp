@@ -162,7 +162,7 @@ void ProjectTabs::markModified()
     if (!project)
         return;
     project->modified = true;
-    refreshTab(currentIndex());
+    refreshTab(project);
 }
 
 void ProjectTabs::displayEnableEvent(EventId id, const bool& on)

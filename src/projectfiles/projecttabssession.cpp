@@ -17,6 +17,7 @@ bool ProjectTabs::backup(int tab)
 
 bool ProjectTabs::recover(const QStringList& manifests)
 {
+    const Busy busy(*this);
     bool all = true;
     for (const QString& manifest : manifests)
         all = recoverProject(manifest) && all;

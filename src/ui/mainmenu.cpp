@@ -5,6 +5,7 @@
 #include "ui/actiontable.h"
 #include "ui/displaypanel.h"
 #include "ui/mainwindow.h"
+#include "ui/recentfiles.h"
 #include "ui/widgets/qdockwidgetext.h"
 
 #include <QCoreApplication>
@@ -22,6 +23,7 @@ struct Row
     const char* menu; // empty: keys only; null: a separator in the menu of the row before
     ActionRow action;
     std::function<void(bool)> triggered;
+    QMenu* submenu = nullptr; // stands in place of an action
 };
 
 QString text(const char* source)
@@ -43,54 +45,84 @@ QString channelWord()
 
 const Row separator{nullptr, {}, {}};
 
+QString id(const char* name)
+{
+    return QString::fromLatin1(name);
+}
+
+// A row of a command on the project in front.
+Row projectRow(const char* menu, const char* name, const QString& label, const char* tip,
+               std::function<void(bool)> triggered, QKeySequence::StandardKey key = QKeySequence::UnknownKey)
+{
+    return {menu, {id(name), label, text(tip), key, {}, true}, std::move(triggered)};
+}
+
 std::vector<Row> fileRows(MainWindow& window)
 {
     ProjectTabs& tabs = window.projectTabs();
-    const auto id = [](const char* name) { return QString::fromLatin1(name); };
+    const char* const file = QT_TR_NOOP("&File");
     return {
-        {QT_TR_NOOP("&File"),
-         {id("fileopen"), text("&Open..."), text("Open a recording in a new tab"), QKeySequence::Open},
+        {file,
+         {id("filenew"), text("&New Project..."), text("An empty project in a new tab"), QKeySequence::New},
+         [&tabs](bool) { tabs.newProject(); }},
+        {file,
+         {id("fileopen"), text("&Open..."), text("Open a project or a recording in a new tab"),
+          QKeySequence::Open},
          [&tabs](bool) { tabs.open(); }},
+        {file, {}, {}, window.recentFiles().menu()},
         separator,
-        {"&File",
-         {id("fileclose"),
-          text("&Close Project"),
-          text("Close the project in front"),
-          QKeySequence::Close,
-          {},
-          true},
-         [&tabs](bool) { tabs.close(); }},
-        {"&File",
-         {id("filecloseall"), text("Close All"), text("Close all projects"), {}, {}, true},
-         [&tabs](bool) { tabs.closeAll(); }},
+        projectRow(
+            file, "fileclose", text("&Close Project"), "Close the project in front",
+            [&tabs](bool) { tabs.close(); }, QKeySequence::Close),
+        projectRow(file, "filecloseall", text("Close All"), "Close all projects",
+                   [&tabs](bool) { tabs.closeAll(); }),
         separator,
-        {"&File",
-         {id("fileimportLayer"),
-          text("&Import Layer %1...").arg(channelWord()),
-          text("Add a recording to the project in front as a new layer"),
-          {},
-          {},
-          true},
-         [&tabs](bool) { tabs.importLayer(); }},
-        {"&File",
-         {id("fileexportproject"),
-          text("&Export Project %1...").arg(channelWord()),
-          text("Write the mix of the layers to a file"),
-          {},
-          {},
-          true},
-         [&tabs](bool) { tabs.exportProject(); }},
+        projectRow(
+            file, "filesave", text("&Save Project"), "Save the project under its name",
+            [&tabs](bool) { tabs.save(); }, QKeySequence::Save),
+        projectRow(
+            file, "filesaveas", text("Save Project &As..."), "Save the project under another name",
+            [&tabs](bool) { tabs.saveAs(); }, QKeySequence::SaveAs),
         separator,
-        {"&File",
+        projectRow(file, "fileimportLayer", text("&Import Layer %1...").arg(channelWord()),
+                   "Add recordings to the project in front as new layers",
+                   [&tabs](bool) { tabs.importLayer(); }),
+        projectRow(file, "fileexportproject", text("&Export Project %1...").arg(channelWord()),
+                   "Write the mix of the layers to a file", [&tabs](bool) { tabs.exportProject(); }),
+        {file,
+         {id("fileexportback"), text("&Replace Project %1").arg(channelWord()),
+          text("Write the mix to the file that the project came from or was exported to")},
+         [&tabs](bool) { tabs.exportProjectBack(); }},
+        separator,
+        {file,
          {id("filexit"), text("E&xit"), text("Close all projects and the program"), QKeySequence::Quit},
          [&window](bool) { window.close(); }},
     };
 }
 
+std::vector<Row> projectRows(MainWindow& window)
+{
+    ProjectTabs& tabs = window.projectTabs();
+    const char* const project = QT_TR_NOOP("Pro&ject");
+    return {
+        projectRow(project, "projectduplicate", text("&Duplicate"), "A copy of the project in a new tab",
+                   [&tabs](bool) { tabs.duplicateProject(); }),
+        separator,
+        projectRow(project, "projectformat", text("&Reformat..."),
+                   "Change sample rate and channels of the project", [&tabs](bool) { tabs.changeFormat(); }),
+    };
+}
+
+std::vector<Row> layerRows(MainWindow& window)
+{
+    ProjectTabs& tabs = window.projectTabs();
+    return {projectRow(QT_TR_NOOP("&Layer"), "layerduplicateto", text("Duplicate &To..."),
+                       "Copy the active layer to another project", [&tabs](bool) { tabs.duplicateTo(); })};
+}
+
 std::vector<Row> viewRows(MainWindow& window)
 {
     ChannelsDisplay& display = window.channelsDisplay();
-    const auto id = [](const char* name) { return QString::fromLatin1(name); };
     const auto key = [](const char* keys) { return QString::fromLatin1(keys); };
     const auto none = QKeySequence::UnknownKey;
     return {
@@ -181,7 +213,6 @@ std::vector<Row> displayRows(MainWindow& window)
 
 std::vector<Row> helpRows(MainWindow& window)
 {
-    const auto id = [](const char* name) { return QString::fromLatin1(name); };
     return {
         {"&Help",
          {id("helpsupportinfo"), text("Support &Info"),
@@ -205,6 +236,10 @@ QMenu* addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>&
             menu->addSeparator();
             continue;
         }
+        if (row.submenu) {
+            menu->addMenu(row.submenu);
+            continue;
+        }
         QAction* action = actions.add(row.action, row.triggered);
         if (!*row.menu)
             continue;
@@ -215,12 +250,26 @@ QMenu* addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>&
     return menu;
 }
 
+// The entry names what it replaces; while there is nothing, the channel word.
+void followExportBack(MainWindow& window, QAction* action)
+{
+    ProjectTabs& tabs = window.projectTabs();
+    QObject::connect(&tabs, &ProjectTabs::exportBackTextUpdated, action, [action](QString name) {
+        name.replace(QLatin1Char('&'), QLatin1String("&&"));
+        action->setText(text("&Replace Project %1").arg(name.isEmpty() ? channelWord() : name));
+    });
+    QObject::connect(&tabs, &ProjectTabs::exportBackEnabled, action, &QAction::setEnabled);
+    action->setEnabled(false);
+}
+
 } // namespace
 
 void buildMainMenu(MainWindow& window, ActionTable& actions)
 {
     window.menuBar()->setAccessibleName(text("Menus"));
     addRows(window, actions, fileRows(window));
+    addRows(window, actions, projectRows(window));
+    addRows(window, actions, layerRows(window));
     addRows(window, actions, displayRows(window));
     QMenu* view = addRows(window, actions, viewRows(window));
     auto* panels = new QMenu(text("Panels"), view);
@@ -229,4 +278,5 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     view->insertMenu(view->actions().first(), panels);
     view->insertSeparator(view->actions().at(1));
     addRows(window, actions, helpRows(window));
+    followExportBack(window, actions.action(id("fileexportback")));
 }

@@ -12,6 +12,7 @@
 #include "ui/logdialog.h"
 #include "ui/mainmenu.h"
 #include "ui/objectproperties.h"
+#include "ui/recentfiles.h"
 #include "ui/sessionconnection.h"
 #include "ui/sessionrecords.h"
 #include "ui/statusreadout.h"
@@ -72,6 +73,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     setFocusPolicy(Qt::ClickFocus);
     buildCentral();
     buildPanels();
+    m_recent = new RecentFiles(tr("Open &Recent"), this, this);
     m_actions = new ActionTable(*this);
     buildMainMenu(*this, *m_actions);
     m_status = new StatusReadout(this);
@@ -80,6 +82,9 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     qInfo("Layout and graphic objects initialized");
     connect(m_display, &ChannelsDisplay::pointerLeft, m_status, &StatusReadout::clearPointer);
     connect(m_tabs, &ProjectTabs::currentProjectChanged, this, &MainWindow::showTabState);
+    connect(m_tabs, &ProjectTabs::recentFileUpdated, m_recent, &RecentFiles::add);
+    connect(m_tabs, &ProjectTabs::becameIdle, this, &MainWindow::sessionImport, Qt::QueuedConnection);
+    connect(m_recent, &RecentFiles::chosen, m_tabs, [this](const QString& path) { m_tabs->parse(path); });
     qInfo("engine objects and connections initialized");
     qInfo("Setting shortcuts and properties");
     m_actions->publish();
@@ -208,8 +213,8 @@ void MainWindow::sessionImport()
     m_records << read.records;
     if (!read.fault.isEmpty())
         qWarning().noquote() << QStringLiteral("session import ended early: ") + read.fault;
-    // A file that is being loaded runs the event loop; what arrives meanwhile waits for its turn.
-    if (m_importing)
+    // A command in work runs the event loop; what arrives meanwhile waits for its end.
+    if (m_importing || m_tabs->isBusy())
         return;
     m_importing = true;
     while (!m_records.isEmpty())

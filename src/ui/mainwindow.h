@@ -17,6 +17,7 @@ class PluginLoader;
 class ProjectTabs;
 class QDockWidgetExt;
 class QLocalServer;
+class RecentFiles;
 class StatusReadout;
 
 // Owns the engine objects: the plug-ins, the project tabs, the channels display. A thin facade: what
@@ -35,6 +36,7 @@ public:
 
     [[nodiscard]] ProjectTabs& projectTabs() { return *m_tabs; }
     [[nodiscard]] ChannelsDisplay& channelsDisplay() { return *m_display; }
+    [[nodiscard]] RecentFiles& recentFiles() { return *m_recent; }
     [[nodiscard]] ActionTable& actionTable() { return *m_actions; }
     [[nodiscard]] DisplayPanel& displayPanel() { return *m_displayPanel; }
     // The dock panels, in the order of the menu.
@@ -90,6 +92,7 @@ private:
     // Children of the window.
     ProjectTabs* m_tabs = nullptr;
     ChannelsDisplay* m_display = nullptr;
+    RecentFiles* m_recent = nullptr;
     ActionTable* m_actions = nullptr;
     StatusReadout* m_status = nullptr;
     DisplayPanel* m_displayPanel = nullptr; // in the first of the panels

@@ -16,6 +16,7 @@
 
 #include <sys/stat.h>
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 
@@ -340,8 +341,13 @@ TEST(FileFormats, FiltersAreTakenApartAndPutTogether)
     EXPECT_TRUE(fileformats::suffixes(QStringLiteral("no brackets")).isEmpty());
     EXPECT_TRUE(fileformats::suffixes(QStringLiteral(") (")).isEmpty());
     ScriptedPlugin plugin([](IImportSink&) { return false; });
-    EXPECT_EQ(fileformats::importFilters({&plugin}),
-              (QStringList{QStringLiteral("All Supported Formats (*.fake *.fak)"),
+    QCoreApplication* application = QCoreApplication::instance();
+    application->setProperty("name", QStringLiteral("Test"));
+    application->setProperty("fileextension", QStringLiteral("mvp"));
+    application->setProperty("backupextension", QStringLiteral("mvx"));
+    EXPECT_EQ(fileformats::openFilters({&plugin}),
+              (QStringList{QStringLiteral("All Supported Formats (*.mvp *.mvx *.fake *.fak)"),
+                           QStringLiteral("Test Project (*.mvp *.mvx)"),
                            QStringLiteral("Fake (*.fake *.FAK)")}));
     const QStringList filters =
         fileformats::exportFilters({&ffmpegPlugin()}, QStringLiteral("FLAC (*.flac)"));

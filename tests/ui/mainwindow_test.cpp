@@ -305,17 +305,22 @@ TEST_F(MainWindowTest, ImportAddsALayerAboveTheActiveOne)
     EXPECT_TRUE(m_boxes.empty());
 }
 
-TEST_F(MainWindowTest, ImportOfAnotherFormatSaysSoAndChangesNothing)
+TEST_F(MainWindowTest, ImportOfAnotherFormatAsksAndNoChangesNothing)
 {
     show();
     ASSERT_TRUE(tabs().parse(makeTone("mono.wav", 1.0)));
     const Area area = tabs().currentProject()->display.displayArea;
     m_chosen = makeTone("stereo.wav", 2.0, 2);
+    messages::setAnswerer([this](const messages::Box& box) {
+        m_boxes.push_back(box);
+        return QMessageBox::No;
+    });
     clickMenu("&File", "fileimportLayer");
     ASSERT_EQ(m_boxes.size(), 1u);
-    EXPECT_EQ(m_boxes[0].title, QStringLiteral("Import Layer"));
-    EXPECT_EQ(m_boxes[0].text, QStringLiteral("The file format doesn't match the project format."));
-    EXPECT_TRUE(m_boxes[0].informative.contains(QStringLiteral("stereo.wav")));
+    EXPECT_EQ(m_boxes[0].title, QStringLiteral("Resample"));
+    EXPECT_EQ(m_boxes[0].text,
+              QStringLiteral("The file format doesn't match the project format.\nResample to "
+                             "match the project format ?"));
     const ProjectPtr project = tabs().currentProject();
     EXPECT_EQ(project->layers()->children(ChildrenDirect).size(), 1);
     EXPECT_EQ(project->display.displayArea, area);
@@ -416,6 +421,7 @@ TEST_F(MainWindowTest, EveryChannelHasAViewWithItsName)
 
 TEST_F(MainWindowTest, ManyChannelsScroll)
 {
+    qApp->setProperty("maxchannels", 64);
     show();
     ASSERT_TRUE(tabs().parse(makeTone("many.wav", 0.1, 64, 100)));
     EXPECT_EQ(display().spectralChannels().size(), 64);

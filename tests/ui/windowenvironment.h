@@ -93,6 +93,8 @@ protected:
         m_session = testsupport::makeFolder(QStringLiteral("session"));
         qApp->setProperty("sessionpath", m_session);
         qApp->setProperty("importqueue", QByteArray());
+        qApp->setProperty("maxsamplerate", QStringLiteral("192000"));
+        qApp->setProperty("maxchannels", QStringLiteral("8"));
         UserSettings().clear();
         messages::setAnswerer([this](const messages::Box& box) {
             m_boxes.push_back(box);
