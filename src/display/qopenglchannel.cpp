@@ -29,6 +29,27 @@ QSize textureSize(const QSizeF& size)
     return {qRound(size.width()), qRound(size.height())};
 }
 
+// The piece of `line` inside `frame` (Liang and Barsky, 1984); false when there is none.
+bool cutToFrame(QLineF& line, const QRectF& frame)
+{
+    double from = 0, to = 1;
+    const auto cut = [&](double delta, double room) {
+        if (delta == 0)
+            return room >= 0;
+        const double at = room / delta;
+        if (delta < 0)
+            from = std::max(from, at);
+        else
+            to = std::min(to, at);
+        return from <= to;
+    };
+    if (!cut(-line.dx(), line.x1() - frame.left()) || !cut(line.dx(), frame.right() - line.x1()) ||
+        !cut(-line.dy(), line.y1() - frame.top()) || !cut(line.dy(), frame.bottom() - line.y1()))
+        return false;
+    line = QLineF(line.pointAt(from), line.pointAt(to));
+    return true;
+}
+
 } // namespace
 
 QSize devicePixels(const QSize& logical, qreal ratio)
@@ -265,6 +286,33 @@ void QOpenGLChannel::drawRects(const QVector<QRectF>& rects, const QColor& color
         if (!seen.isEmpty())
             appendTriangles(vertices, seen, {});
     }
+    drawFlat(vertices, color);
+}
+
+void QOpenGLChannel::drawStrokes(const QVector<QPolygonF>& lines, double thickness, const QColor& color)
+{
+    const QRectF frame = QRectF(QPointF(), devicePixels(size(), devicePixelRatioF()))
+                             .adjusted(-thickness, -thickness, thickness, thickness);
+    std::vector<Vertex> vertices;
+    for (const QPolygonF& line : lines)
+        for (int i = 0; i + 1 < line.size(); ++i) {
+            QLineF edge(line[i], line[i + 1]);
+            if (!cutToFrame(edge, frame))
+                continue;
+            const double length = std::max(edge.length(), 1e-6);
+            // Half a thickness beyond both ends, so that corners are filled.
+            const QPointF along = QPointF(edge.dx(), edge.dy()) / length * (thickness / 2);
+            const QPointF across(-along.y(), along.x());
+            const QPointF corners[] = {edge.p1() - along - across, edge.p1() - along + across,
+                                       edge.p2() + along - across, edge.p2() + along + across};
+            for (const int corner : {0, 1, 2, 2, 1, 3})
+                vertices.push_back({GLfloat(corners[corner].x()), GLfloat(corners[corner].y()), 0, 0});
+        }
+    drawFlat(vertices, color);
+}
+
+void QOpenGLChannel::drawFlat(const std::vector<Vertex>& vertices, const QColor& color)
+{
     if (vertices.empty() || !m_colorProgram || !m_colorProgram->isLinked())
         return;
     m_colorProgram->bind();

@@ -8,6 +8,7 @@
 #include <QOpenGLTexture>
 #include <QOpenGLVertexArrayObject>
 #include <QOpenGLWidget>
+#include <QPolygonF>
 
 #include <array>
 #include <memory>
@@ -61,6 +62,8 @@ protected:
     // Flat-coloured rectangles, in pixels of the frame buffer from its top left. What lies outside is
     // cut off before it loses precision.
     void drawRects(const QVector<QRectF>& rects, const QColor& color);
+    // Straight strokes from point to point, in the same pixels.
+    void drawStrokes(const QVector<QPolygonF>& lines, double thickness, const QColor& color);
     // Discs about points in the same pixels.
     void drawDiscs(const QVector<QPointF>& centres, double diameter, const QColor& color);
     // Brings `data`, of `components` floats (1 or 4) for each texel, into a texture without mipmaps, made
@@ -94,6 +97,7 @@ private:
     // The corners of two triangles.
     static void appendTriangles(std::vector<Vertex>& vertices, const QRectF& rect, const QRectF& texture);
     [[nodiscard]] QMatrix4x4 frameMatrix() const;
+    void drawFlat(const std::vector<Vertex>& vertices, const QColor& color);
 
     QOpenGLBuffer m_quadBuffer{QOpenGLBuffer::VertexBuffer};
     QOpenGLVertexArrayObject m_quadArray;

@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr int antsInterval = 80; // ms: twelve steps a second look like motion
+
 template<class Enum>
 Enum boundedEnum(int32_t value, Enum last)
 {
@@ -18,6 +20,8 @@ SpectralChannel::SpectralChannel(int channel, QWidget* parent)
     : ChannelView(QStringLiteral("SpectralChannel"), channel, parent)
 {
     readProperties();
+    m_antsTimer.setInterval(antsInterval);
+    connect(&m_antsTimer, &QTimer::timeout, this, QOverload<>::of(&QWidget::update));
 }
 
 SpectralChannel::~SpectralChannel()
@@ -33,6 +37,8 @@ void SpectralChannel::readProperties()
     m_timeSharpen = m_freqSharpen = propertyOr("defaultsharpening", 0).toFloat();
     m_lockBottomTo0 = m_lockCenterTo0 = propertyOr("defaultlockspectrogram", false).toBool();
     m_convert.freqScale = freqScaleFromString(propertyOr("defaultfreqscale", "Mel").toString());
+    m_convert.freqUnit = freqUnitFromString(propertyOr("defaultfrequnit", "Hertz").toString());
+    m_spectralMarkersShown = propertyOr("defaultspectralmarkerenable", true).toBool();
 }
 
 void SpectralChannel::setTransform(std::shared_ptr<const Transform> transform)

@@ -8,6 +8,8 @@
 
 #include <memory>
 
+#include <QTimer>
+
 // Shows the sum of the visible layers of one channel, each by a SpectralTexture of its own, and turns
 // wheel and mouse into navigation. It learns layers, area and display settings by events and tells
 // what it changes by events; only the transform is handed over, since all channels share one.
@@ -37,6 +39,11 @@ public:
     [[nodiscard]] bool isOutstanding() const override { return m_textures.isOutstanding(); }
 
     void freqScaleEvent(EventId id, const int32_t& scale) override;
+    void freqUnitEvent(EventId id, const int32_t& unit) override;
+    void spectralMarkersEvent(EventId id, const SpectralMarkerList& markers) override;
+    void displayEnableEvent(EventId id, const bool& enabled) override;
+    void drawingEvent(EventId id, const DrawingState& drawing) override;
+    void controlIdEvent(EventId id, const int32_t& control) override;
     void layerEvent(EventId id, const ILayerPtr& layer) override;
     void layerRootEvent(EventId id, const LayerRoot& root) override;
     void displayValueEvent(EventId id, const float& value) override;
@@ -65,6 +72,17 @@ private:
                    int steps);
     [[nodiscard]] QOpenGLShaderProgram* powerProgram(int steps) const;
 
+    // spectralchannelmarks.cpp
+    // Pixel of the frame buffer of a document position, not rounded.
+    [[nodiscard]] QPointF toFrame(const PointD& position) const;
+    // Whether the active tool works on this channel.
+    [[nodiscard]] bool isAddressed() const;
+    void gridPass();
+    void selectionPass();
+    void spectralMarkersPass();
+    void drawingPass();
+    void controlsPass();
+
     [[nodiscard]] Drag dragFor(const QMouseEvent& event) const;
     void updateCursor();
     void movePointer(const QMouseEvent& event);
@@ -86,4 +104,11 @@ private:
     QPointF m_lastPixel;
     Displacement m_dragDisplacement; // before snapping
     MouseEvent m_mouse;
+
+    SpectralMarkerList m_spectralMarkers;
+    bool m_spectralMarkersShown = true;
+    DrawingState m_drawing;   // of the active tool
+    int32_t m_controlId = -1; // of the control under the pointer
+    // Runs while marching ants are on the screen.
+    QTimer m_antsTimer;
 };

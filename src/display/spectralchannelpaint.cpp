@@ -63,6 +63,21 @@ void SpectralChannel::paintGL()
         // Layers add up.
         glBlendFunc(GL_ONE, GL_ONE);
         spectrogramPass();
+        setNormalBlending();
+        if (m_gridShown)
+            gridPass();
+        setSelectionBlending();
+        selectionPass();
+        setNormalBlending();
+        if (m_markersShown)
+            markersPass();
+        if (m_spectralMarkersShown)
+            spectralMarkersPass();
+        transportPass();
+        if (isAddressed()) {
+            drawingPass();
+            controlsPass();
+        }
     }
     glCheck(QStringLiteral("render end (spectral, channel %1)").arg(m_channel));
 }

@@ -2,11 +2,13 @@
 
 #include "display/glenvironment.h"
 #include "display/memorylayer.h"
-#include "support/wav.h"
 #include "model/documentlock.h"
 #include "model/layer.h"
 #include "model/layerroot.h"
+#include "model/selection.h"
+#include "model/toolstate.h"
 #include "support/testsupport.h"
+#include "support/wav.h"
 
 #include <QMainWindow>
 #include <QMouseEvent>
@@ -63,6 +65,7 @@ protected:
         window.show();
         post(EventId::FreqScaleChange, int32_t(FreqScale::Linear));
         post(EventId::FilteringChange, int32_t(Filtering::Linear));
+        post(EventId::TransportPositionChange, int64_t(-1)); // its line is out of the picture
     }
     template<class Payload>
     void post(EventId id, const Payload& payload)
@@ -169,6 +172,199 @@ std::vector<float> impulse(int count, int at)
     std::vector<float> samples(static_cast<std::size_t>(count));
     samples[std::size_t(at)] = 1;
     return samples;
+}
+
+// --- marks over the picture -------------------------------------------------------------------------
+
+// An empty view of 400 samples by 300 Hz: a pixel is a sample wide and a Hz high.
+class Marks : public View
+{
+protected:
+    Marks()
+    {
+        qApp->setProperty("colorgrid", QColor(0, 0, 200));
+        qApp->setProperty("colormarkers", QColor(0, 200, 0));
+        qApp->setProperty("colorregions", QColor(200, 0, 0));
+        qApp->setProperty("colortransport", QColor(0, 200, 200));
+        qApp->setProperty("colordrawing", QColor(200, 200, 0));
+        qApp->setProperty("colorcontrols", QColor(200, 0, 200));
+        qApp->setProperty("colorselectionmask", QColor(255, 255, 255));
+        qApp->setProperty("colorselectionborder", QColor(250, 0, 0));
+        qApp->setProperty("selectionborderstyle", QStringLiteral("none"));
+        open(1000);
+        post(EventId::LayerRootChange, root);
+        show({0, 0, 400, 300});
+    }
+    // Colour at a place of the document.
+    QColor at(double time, double freq)
+    {
+        return channel->grabFramebuffer().pixelColor(int(time), int(height - freq));
+    }
+    void select(double x, double y, double w, double h)
+    {
+        QPainterPath path;
+        path.addRect(x, y, w, h);
+        post(EventId::SelectionChange, Selection(path));
+    }
+};
+
+TEST_F(Marks, SelectionTintHasTheOpacitySet)
+{
+    select(100, 50, 200, 100);
+    for (const float opacity : {0.3f, 0.8f, 0.0f}) {
+        post(EventId::DisplaySelectionOpacityChange, opacity);
+        EXPECT_NEAR(at(200, 100).red(), 255 * opacity, 2) << opacity;
+        EXPECT_EQ(at(90, 100), QColor(Qt::black));
+        EXPECT_EQ(at(200, 160), QColor(Qt::black));
+    }
+}
+
+TEST_F(Marks, SelectionStaysAtItsPlaceWhenOnlyAPieceOfItIsSeen)
+{
+    post(EventId::DisplaySelectionOpacityChange, 1.0f);
+    select(-5000, 120, 5200, 1e6);
+    EXPECT_EQ(at(198, 122).red(), 254);
+    EXPECT_EQ(at(203, 122), QColor(Qt::black));
+    EXPECT_EQ(at(198, 117), QColor(Qt::black));
+    EXPECT_EQ(at(1, 299).red(), 254);
+}
+
+TEST_F(Marks, BorderStyles)
+{
+    const auto borderPixels = [this] {
+        const QImage image = channel->grabFramebuffer();
+        int count = 0;
+        for (int x = 100; x < 300; ++x)
+            count += image.pixelColor(x, height - 50) == QColor(250, 0, 0);
+        return count;
+    };
+    select(100, 50, 200, 100);
+    EXPECT_EQ(borderPixels(), 0);
+    qApp->setProperty("selectionborderstyle", QStringLiteral("solid"));
+    EXPECT_GT(borderPixels(), 195);
+    (void)testsupport::waitFor([] { return false; }, 100); // what was asked for before is painted
+    const int before = channel->paints;
+    EXPECT_FALSE(testsupport::waitFor([&] { return channel->paints > before; }, 300)); // it rests
+    qApp->setProperty("selectionborderstyle", QStringLiteral("marching ants"));
+    const int dashes = borderPixels();
+    EXPECT_GT(dashes, 60);
+    EXPECT_LT(dashes, 140);
+    const QImage first = channel->grabFramebuffer();
+    EXPECT_TRUE(testsupport::waitFor([&] { return channel->grabFramebuffer() != first; })); // they march
+    const int marching = channel->paints;
+    EXPECT_TRUE(testsupport::waitFor([&] { return channel->paints > marching + 2; }));
+    post(EventId::SelectionChange, Selection());
+    (void)channel->grabFramebuffer();
+    (void)testsupport::waitFor([] { return false; }, 100);
+    const int still = channel->paints;
+    EXPECT_FALSE(testsupport::waitFor([&] { return channel->paints > still; }, 300));
+}
+
+TEST_F(Marks, AdditiveSelectionBrightensWhatIsUnderIt)
+{
+    post(EventId::MarkerListChange, MarkerList{{1, 200, 0, ""}});
+    post(EventId::DisplayGridEnable, false);
+    post(EventId::DisplaySelectionOpacityChange, 1.0f);
+    qApp->setProperty("selectionblendingmode", QStringLiteral("additive"));
+    select(100, 50, 200, 100);
+    EXPECT_EQ(at(150, 100).red(), 254);
+    qApp->setProperty("selectionblendingmode", QStringLiteral("normal"));
+    // Markers are drawn over it as ever.
+    EXPECT_EQ(at(200, 100), QColor(0, 200, 0));
+}
+
+TEST_F(Marks, GridLinesStandAtTheTicksOfBothRulers)
+{
+    post(EventId::FreqUnitChange, int32_t(FreqUnit::Hertz));
+    EXPECT_EQ(at(5, 100), QColor(Qt::black));
+    post(EventId::DisplayGridEnable, true);
+    const QVector<double> marks = channel->convert().freqMarks({0, 0, 400, 300}, height, 40);
+    ASSERT_GE(marks.size(), 2);
+    for (const double mark : marks)
+        if (mark > 0 && mark < 300) {
+            const QImage image = channel->grabFramebuffer();
+            const int y = int(std::floor(height - mark));
+            EXPECT_EQ(image.pixelColor(5, y), QColor(0, 0, 200)) << mark;
+            EXPECT_EQ(image.pixelColor(5, y - 3), QColor(Qt::black)) << mark;
+        }
+}
+
+TEST_F(Marks, TransportIsALineAtItsTime)
+{
+    post(EventId::TransportPositionChange, int64_t(70));
+    EXPECT_EQ(at(70, 5), QColor(0, 200, 200));
+    EXPECT_EQ(at(70, 295), QColor(0, 200, 200));
+    EXPECT_EQ(at(69, 100), QColor(Qt::black));
+    EXPECT_EQ(at(71, 100), QColor(Qt::black));
+}
+
+TEST_F(Marks, SpectralMarkersAreCrossesAndFrames)
+{
+    post(EventId::SpectralMarkerListChange,
+         SpectralMarkerList{{50, 200, 0, 0, "p"}, {100, 100, 80, 60, "r"}, {1e9, 1e9, 1, 1, "far"}});
+    EXPECT_EQ(at(50, 200), QColor(0, 200, 0));
+    EXPECT_EQ(at(53, 200), QColor(0, 200, 0));
+    EXPECT_EQ(at(53, 203), QColor(Qt::black));
+    EXPECT_EQ(at(140, 160), QColor(200, 0, 0));
+    EXPECT_EQ(at(100, 130), QColor(200, 0, 0));
+    EXPECT_EQ(at(140, 130), QColor(Qt::black));
+    post(EventId::DisplaySpectralMarkersEnable, false);
+    EXPECT_EQ(at(50, 200), QColor(Qt::black));
+}
+
+TEST_F(Marks, ToolsDrawOnTheChannelsThatTheyAddress)
+{
+    QPainterPath path;
+    path.moveTo(20, 20);
+    path.lineTo(220, 220);
+    post(EventId::MouseDrawingChange, DrawingState{path});
+    post(EventId::MouseControlsChange, QList<ControlPoint>{{{300, 250}}});
+    EXPECT_EQ(at(120, 120.5), QColor(200, 200, 0));
+    EXPECT_EQ(at(120, 130), QColor(Qt::black));
+    EXPECT_EQ(at(300, 250), QColor(200, 0, 200));
+    EXPECT_EQ(at(304.5, 250), QColor(Qt::black));
+    post(EventId::MouseControlIdChange, int32_t(0));
+    EXPECT_NE(at(304.5, 250), QColor(Qt::black)); // larger under the pointer
+    ChannelsMode others(1);
+    others.selected.clearBit(0);
+    post(EventId::ChannelsModeChange, others);
+    EXPECT_EQ(at(120, 120.5), QColor(Qt::black));
+    EXPECT_EQ(at(300, 250), QColor(Qt::black));
+}
+
+TEST_F(Marks, LinesOfToolsBendWithTheScale)
+{
+    post(EventId::FreqScaleChange, int32_t(FreqScale::Mel));
+    QPainterPath path;
+    path.moveTo(0, 0);
+    path.lineTo(400, 300);
+    post(EventId::MouseDrawingChange, DrawingState{path});
+    const Convert& convert = channel->convert();
+    const double top = convert.toScale(300);
+    const QImage image = channel->grabFramebuffer();
+    for (const int x : {100, 200, 300}) {
+        const double y = height - convert.toScale(x * 0.75) / top * height;
+        bool found = false;
+        for (int row = int(y) - 1; row <= int(y) + 1; ++row)
+            found |= image.pixelColor(x, row) == QColor(200, 200, 0);
+        EXPECT_TRUE(found) << x;
+    }
+}
+
+TEST_F(Marks, HostileMarksDrawNothingAndFail)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double infinite = std::numeric_limits<double>::infinity();
+    QPainterPath wild;
+    wild.moveTo(-1e300, 1e300);
+    wild.lineTo(1e300, -1e300);
+    post(EventId::MouseDrawingChange, DrawingState{wild});
+    post(EventId::MouseControlsChange, QList<ControlPoint>{{{nan, 5}}, {{infinite, infinite}}});
+    post(EventId::SpectralMarkerListChange,
+         SpectralMarkerList{{nan, nan, 1, 1, ""}, {0, 0, infinite, infinite, ""}, {-1e300, 1e300, 0, 0, ""}});
+    post(EventId::MarkerListChange, MarkerList{{1, INT64_MAX, INT64_MAX, ""}, {2, INT64_MIN, 5, ""}});
+    (void)channel->grabFramebuffer();
+    EXPECT_EQ(at(200, 7), QColor(Qt::black));
 }
 
 } // namespace
