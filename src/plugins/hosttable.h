@@ -74,13 +74,14 @@ struct HostTable
     QString (*channelLabel)(int32_t channelsType, uint64_t mask, int32_t index) = nullptr;
     QString (*channelShortLabel)(int32_t channelsType, uint64_t mask, int32_t index) = nullptr;
 
-    // 23: asks the user for another format and the matrix that leads to it. False: cancelled, both
-    // are as before. Not there yet: always false.
+    // 23: asks the user for another format and the matrix that leads to it from the channels of the
+    // one given. False: cancelled, both are as before.
     bool (*reformatDialog)(QWidget* parent, SamplingFormat& format, Matrix& matrix) = nullptr;
     // 24: the usual gains from the channels of one mask to those of another, both of audio. Empty
     // where a mask has no channel.
     Matrix (*defaultChannelMatrix)(uint64_t inputMask, uint64_t outputMask) = nullptr;
-    // 25: lets the user edit such a matrix. False: cancelled. Not there yet: always false.
+    // 25: lets the user edit such a matrix; one that does not fit the masks starts with the usual gains.
+    // False: cancelled, or a mask without a channel; the matrix is as before.
     bool (*channelRemixerDialog)(QWidget* parent, uint64_t inputMask, uint64_t outputMask,
                                  Matrix& matrix) = nullptr;
     // 26: a converter of rate and channels, of high quality, that the caller owns and deletes. A matrix

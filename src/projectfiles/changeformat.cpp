@@ -23,7 +23,8 @@ ChangeFormat::ChangeFormat(const FlowHost& host, const ProjectPtr& project) : m_
 
 bool ChangeFormat::run(const std::function<void()>& stopTransport)
 {
-    const std::optional<Reformat> wanted = askReformat(m_project->format(), m_host.window);
+    const std::optional<Reformat> wanted =
+        askReformat(m_project->format(), m_host.window, FormatDialog::Purpose::ChangeFormat);
     if (!wanted || !messages::question(m_host.window, text("Format Change"),
                                        text("Are you sure (you can't undo this action) ?")))
         return false;

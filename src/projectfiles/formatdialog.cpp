@@ -81,8 +81,9 @@ void FormatDialog::addExtra(QFormLayout& form, double seconds)
         m_length->setValue(seconds);
         m_length->selectAll(); // the first key replaces it
         addRow(form, tr("&Length:"), m_length, "formatlength");
-        return;
     }
+    if (m_purpose != Purpose::ChangeFormat)
+        return;
     m_mode = new QComboBox(this);
     m_mode->addItem(tr("Resample"));
     m_mode->addItem(tr("Reinterpret"));

@@ -26,7 +26,8 @@ class FormatDialog : public QDialog
     Q_OBJECT
 
 public:
-    enum class Purpose { NewProject, ChangeFormat };
+    // Convert: a change for a plug-in, which has samples to convert and nothing to reinterpret.
+    enum class Purpose { NewProject, ChangeFormat, Convert };
 
     // `seconds`: the length that is proposed to a new document.
     FormatDialog(Purpose purpose, const SamplingFormat& format, double seconds, QWidget* parent);

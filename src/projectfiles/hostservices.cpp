@@ -2,6 +2,8 @@
 
 #include "model/types/channellabels.h"
 #include "plugins/hosttable.h"
+#include "projectfiles/reformat.h"
+#include "projectfiles/remixerdialog.h"
 #include "projectfiles/wavchunks.h"
 #include "spectral/primitives/defaultremix.h"
 #include "spectral/primitives/resampler.h"
@@ -10,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -97,11 +100,38 @@ void fillConversion(HostTable& table)
     };
 }
 
-// What stands in its place until the dialogs and the writers are there.
+bool askFormat(QWidget* parent, SamplingFormat& format, Matrix& matrix)
+{
+    const std::optional<Reformat> asked = askReformat(format, parent, FormatDialog::Purpose::Convert);
+    if (!asked)
+        return false;
+    format = asked->format;
+    matrix = asked->matrix;
+    return true;
+}
+
+bool askRemix(QWidget* parent, uint64_t inputMask, uint64_t outputMask, Matrix& matrix)
+{
+    const bool fits = matrix.inputs == channelCount(inputMask) && matrix.outputs == channelCount(outputMask);
+    const Matrix proposed = fits ? matrix : defaultRemix(ChannelsTypeAudio, inputMask, outputMask);
+    if (proposed.data.isEmpty())
+        return false;
+    RemixerDialog dialog({ChannelsTypeAudio, inputMask}, {ChannelsTypeAudio, outputMask}, proposed, parent);
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    matrix = dialog.matrix();
+    return true;
+}
+
+void fillDialogs(HostTable& table)
+{
+    table.reformatDialog = &askFormat;
+    table.channelRemixerDialog = &askRemix;
+}
+
+// What stands in its place until the writers are there.
 void fillRefusals(HostTable& table)
 {
-    table.reformatDialog = [](QWidget*, SamplingFormat&, Matrix&) { return false; };
-    table.channelRemixerDialog = [](QWidget*, uint64_t, uint64_t, Matrix&) { return false; };
     table.writeWave = [](const QString&, const SamplingFormat&, const ILayerPtr&) { return false; };
     table.appendMarkers = [](const QString&, const MarkerList&) { return false; };
     table.appendMetaData = [](const QString&, const MetaDataList&) { return false; };
@@ -115,6 +145,7 @@ void fillHostTable(HostTable& table)
     fillVectors(table);
     fillChannels(table);
     fillConversion(table);
+    fillDialogs(table);
     fillRefusals(table);
     table.readMarkers = [](const QString& path, MarkerList& markers) {
         return wavchunks::readMarkers(path, markers);

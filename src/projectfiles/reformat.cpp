@@ -2,7 +2,6 @@
 
 #include "model/types/channellabels.h"
 #include "projectfiles/channelmappingdialog.h"
-#include "projectfiles/formatdialog.h"
 #include "projectfiles/remixerdialog.h"
 #include "spectral/primitives/defaultremix.h"
 
@@ -16,9 +15,10 @@ bool askChannels(SamplingFormat& format, QWidget* parent)
     return true;
 }
 
-std::optional<Reformat> askReformat(const SamplingFormat& present, QWidget* parent)
+std::optional<Reformat> askReformat(const SamplingFormat& present, QWidget* parent,
+                                    FormatDialog::Purpose purpose)
 {
-    FormatDialog dialog(FormatDialog::Purpose::ChangeFormat, present, 0, parent);
+    FormatDialog dialog(purpose, present, 0, parent);
     if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
     Reformat asked{dialog.format(), Matrix(present.channels, present.channels), dialog.isReinterpret()};

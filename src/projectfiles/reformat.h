@@ -3,6 +3,7 @@
 
 #include "model/types/matrix.h"
 #include "model/types/samplingformat.h"
+#include "projectfiles/formatdialog.h"
 
 #include <optional>
 
@@ -17,7 +18,8 @@ struct Reformat
 
 // The dialogs from the format to the gains of the channels, as far as they are needed: another layout
 // asks for its channels and for the gains. Nothing when the user cancels any of them. GUI thread.
-[[nodiscard]] std::optional<Reformat> askReformat(const SamplingFormat& present, QWidget* parent);
+[[nodiscard]] std::optional<Reformat> askReformat(const SamplingFormat& present, QWidget* parent,
+                                                  FormatDialog::Purpose purpose);
 
 // Lets the user name the channels of `format`. False: cancelled, `format` as before.
 [[nodiscard]] bool askChannels(SamplingFormat& format, QWidget* parent);

@@ -1,8 +1,9 @@
 // The dialogs about formats and channels, with mouse and keys.
-#include "model/types/channelconfigurations.h"
+#include "plugins/hosttable.h"
 #include "projectfiles/boxes.h"
 #include "projectfiles/channelmappingdialog.h"
 #include "projectfiles/formatdialog.h"
+#include "projectfiles/hostservices.h"
 #include "projectfiles/remixerdialog.h"
 #include "support/testsupport.h"
 #include "ui/dialogscript.h"
@@ -373,6 +374,63 @@ TEST_F(FormatDialogs, SixtyFourChannelsOpenAtOnce)
     EXPECT_LE(dialog.height(), 640);
     const auto* table = dialog.findChild<QTableView*>(QStringLiteral("remixer"));
     EXPECT_EQ(table->model()->rowCount() * table->model()->columnCount(), 4096);
+}
+
+// --- as plug-ins see them --------------------------------------------------------------------------
+
+TEST_F(FormatDialogs, PluginsAskForAFormatWithoutTheModeThatHasNoMeaningThere)
+{
+    messages::setAnswerer({});
+    HostTable table;
+    fillHostTable(table);
+    SamplingFormat format = stereo;
+    Matrix matrix;
+    {
+        DialogScript script;
+        script.on("Change Format", [](QDialog& dialog) { DialogScript::press(dialog, "Cancel"); });
+        EXPECT_FALSE(table.reformatDialog(nullptr, format, matrix));
+    }
+    EXPECT_EQ(format, stereo);
+    EXPECT_TRUE(matrix.data.isEmpty());
+    DialogScript script;
+    script
+        .on("Change Format",
+            [](QDialog& dialog) {
+                EXPECT_EQ(dialog.findChild<QComboBox*>(QStringLiteral("formatmode")), nullptr);
+                dialog.findChild<QSpinBox*>(QStringLiteral("formatchannels"))->setValue(1);
+                DialogScript::press(dialog, "Format");
+            })
+        .on("Channel Mapping", [](QDialog& dialog) { DialogScript::press(dialog, "OK"); })
+        .on("Channel Remixer", [](QDialog& dialog) { DialogScript::press(dialog, "OK"); });
+    EXPECT_TRUE(table.reformatDialog(nullptr, format, matrix));
+    EXPECT_EQ(format, (SamplingFormat{SampleTypeReal, 44100, ChannelsTypeAudio, 1, 4}));
+    ASSERT_EQ(matrix.data.size(), 2);
+    EXPECT_EQ(matrix.data[0], 0.5f);
+}
+
+TEST_F(FormatDialogs, PluginsLetAMatrixBeEdited)
+{
+    messages::setAnswerer({});
+    HostTable table;
+    fillHostTable(table);
+    Matrix matrix(2, 2); // fits neither mask
+    {
+        DialogScript script;
+        script.on("Channel Remixer", [](QDialog& dialog) { DialogScript::press(dialog, "Cancel"); });
+        EXPECT_FALSE(table.channelRemixerDialog(nullptr, 3, 4, matrix));
+        EXPECT_EQ(matrix.outputs, 2);
+    }
+    EXPECT_FALSE(table.channelRemixerDialog(nullptr, 0, 4, matrix));
+    DialogScript script;
+    script.on("Channel Remixer", [](QDialog& dialog) {
+        QAbstractItemModel& model = *dialog.findChild<QTableView*>(QStringLiteral("remixer"))->model();
+        model.setData(model.index(1, 0), 100, Qt::EditRole);
+        DialogScript::press(dialog, "OK");
+    });
+    EXPECT_TRUE(table.channelRemixerDialog(nullptr, 3, 4, matrix));
+    EXPECT_EQ(matrix.outputs, 1);
+    EXPECT_EQ(matrix.data[0], 0.5f);
+    EXPECT_EQ(matrix.data[1], 1.0f);
 }
 
 } // namespace
