@@ -18,7 +18,7 @@ SampleFitter::SampleFitter(const SamplingFormat& input, const SamplingFormat& ou
 
 bool SampleFitter::isUsable() const
 {
-    return !m_resampler.matrix().data.isEmpty() && !m_resampler.error();
+    return m_resampler.isUsable();
 }
 
 int64_t SampleFitter::outputFrames(int64_t inputFrames) const

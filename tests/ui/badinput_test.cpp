@@ -299,6 +299,67 @@ TEST_F(LoadInProgress, CancelOfAnImportTakesTheLayerOutAgain)
     EXPECT_TRUE(testsupport::waitFor([&] { return sessionFiles() == files; }));
 }
 
+TEST_F(LoadInProgress, CancelOfTheSecondOfSeveralFilesTakesTheFirstBackToo)
+{
+    m_plugin.blocks = 3;
+    ASSERT_TRUE(tabs().parse(path("a.endless")));
+    m_plugin.blocks = std::numeric_limits<int64_t>::max();
+    const ProjectPtr project = tabs().currentProject();
+    const ILayerPtr active = project->activeLayer();
+    const Area before = project->display.displayArea;
+    const QStringList files = sessionFiles();
+    const QString first = makeTone("first.wav", 5, 1, 1000, 0.1f, 8000);
+    filechooser::setChooser([&](const filechooser::Request&) {
+        return filechooser::Choice{first, {}, QStringList{first, path("a.endless")}};
+    });
+    m_plugin.eachBlock = [this] {
+        QProgressDialog* box = dialog();
+        if (box && !m_cancelled) {
+            m_cancelled = true;
+            EXPECT_TRUE(box->labelText().contains(QStringLiteral("a.endless (2 of 2)")));
+            EXPECT_EQ(tabs().currentProject()->layers()->children(ChildrenDirect).size(), 3);
+            QTest::mouseClick(box->findChild<QPushButton*>(), Qt::LeftButton);
+        }
+    };
+    EXPECT_FALSE(tabs().importLayer());
+    EXPECT_TRUE(m_cancelled);
+    EXPECT_EQ(project->layers()->children(ChildrenDirect).size(), 1);
+    EXPECT_EQ(project->activeLayer(), active);
+    EXPECT_EQ(project->display.displayArea, before);
+    EXPECT_FALSE(project->modified);
+    EXPECT_EQ(project->history().size(), 1);
+    EXPECT_TRUE(testsupport::waitFor([&] { return sessionFiles() == files; }));
+}
+
+TEST_F(LoadInProgress, AProjectWithoutLayersTakesTheFormatOfTheFileAndACancelGivesItBack)
+{
+    ASSERT_TRUE(tabs().parse(makeTone("tone.wav", 1.0, 2)));
+    const ProjectPtr project = tabs().currentProject();
+    project->layers()->removeChildLayer(nullptr);
+    project->setActiveLayer(nullptr);
+    const SamplingFormat before = project->format();
+    m_chosen = path("a.endless");
+    m_plugin.eachBlock = [&] {
+        QProgressDialog* box = dialog();
+        if (box && !m_cancelled) {
+            m_cancelled = true;
+            EXPECT_EQ(project->format().channels, 1);
+            EXPECT_EQ(display().spectralChannels().size(), 1);
+            QTest::mouseClick(box->findChild<QPushButton*>(), Qt::LeftButton);
+        }
+    };
+    EXPECT_FALSE(tabs().importLayer());
+    EXPECT_TRUE(m_cancelled);
+    EXPECT_EQ(project->format(), before);
+    EXPECT_EQ(display().spectralChannels().size(), 2);
+    m_plugin.eachBlock = {};
+    m_plugin.blocks = 2;
+    EXPECT_TRUE(tabs().importLayer());
+    EXPECT_EQ(project->format().sampleRate, 8000);
+    EXPECT_EQ(project->layers()->range().length, 8000);
+    EXPECT_TRUE(m_boxes.empty());
+}
+
 TEST_F(LoadInProgress, FailureInTheMiddleTakesAllBackWithABox)
 {
     m_plugin.blocks = 200;
