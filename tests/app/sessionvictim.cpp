@@ -1,0 +1,262 @@
+// The program without its views: tabs, history, session cache and recovery, driven by its command line,
+// so that tests can kill it anywhere. Needs no display.
+//
+//   sessionvictim <session id> <command>...
+//   open:<file>    import:<file>    a recording of the suffix "ramp", its contents a number: a new tab, or a
+//                                   layer of the one in front
+//   edit:<value>   insert   crop   mark   undo   redo      actions on the first layer in front
+//   save:<file>    the project in front, by suffix; prints "saved <state>"
+//   read:<file>    prints "file <state>", or "file damaged"
+//   recover        answers the question by Yes
+//   ask:<answer>   a start that answers Yes, No or Reset
+//   close          all tabs, without asking
+//   wait           until it is killed
+// Prints "begin", and after each command "done <state>": a state is a hash of everything that the
+// document in each tab holds. Boxes and warnings of the log are printed; boxes are answered by their
+// default button.
+#include "app/propertiesloader.h"
+#include "base/faults.h"
+#include "base/platform.h"
+#include "model/history.h"
+#include "plugins/ifileplugin.h"
+#include "projectfiles/projectbinary.h"
+#include "projectfiles/projecttabs.h"
+#include "projectfiles/projectxml.h"
+#include "projectfiles/recovery.h"
+#include "ui/widgets/messages.h"
+
+#include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include <QApplication>
+#include <QCryptographicHash>
+#include <QFile>
+
+namespace {
+
+QMessageBox::StandardButton answerToRecover = QMessageBox::Yes;
+
+QMessageBox::StandardButton answer(const messages::Box& box)
+{
+    std::printf("box %s|%s|%s\n", box.title.toUtf8().constData(), box.text.toUtf8().constData(),
+                box.informative.toUtf8().constData());
+    return box.buttons.testFlag(QMessageBox::Reset) ? answerToRecover : box.defaultButton;
+}
+
+// Sample n of a file is its number plus n.
+class RampPlugin final : public IFilePlugin
+{
+public:
+    bool init(const QString&, QWidget*) override { return true; }
+    QString description() const override { return QStringLiteral("ramps"); }
+    QStringList importFilters() const override { return {QStringLiteral("Ramp (*.ramp)")}; }
+    QStringList exportFilters() const override { return {}; }
+    bool importFile(const QString& path, IImportSink& sink) override
+    {
+        QFile file(path);
+        if (!file.open(QFile::ReadOnly))
+            return false;
+        const float first = file.readAll().trimmed().toFloat();
+        ImportInfo info;
+        info.format.sampleType = 1;
+        info.format.sampleRate = 8000;
+        info.format.channels = 1;
+        info.format.channelsMask = 4;
+        if (!sink.begin(info))
+            return false;
+        std::vector<float> block(10000);
+        for (int part = 0; part < 5; ++part) {
+            for (std::size_t i = 0; i < block.size(); ++i)
+                block[i] = first + float(part * 10000 + int(i));
+            if (!sink.samples(block.data(), int64_t(block.size())))
+                return false;
+        }
+        return true;
+    }
+    bool exportFile(const QString&, const QString&, IExportSource&) override { return false; }
+};
+
+void log(QtMsgType type, const QMessageLogContext&, const QString& text)
+{
+    if (type != QtDebugMsg && type != QtInfoMsg)
+        std::printf("warning %s\n", text.toUtf8().constData());
+}
+
+void add(QCryptographicHash& hash, const QByteArray& bytes)
+{
+    hash.addData(QByteArray::number(bytes.size()));
+    hash.addData(bytes);
+}
+
+void add(QCryptographicHash& hash, const Project& project)
+{
+    for (const ILayerPtr& node : project.root().allLayers()) {
+        add(hash, node->name().toUtf8());
+        const auto layer = std::dynamic_pointer_cast<Layer>(node);
+        if (!layer || node->type() != LayerTypeLayer)
+            continue;
+        const Range span = layer->dataRange();
+        add(hash, QByteArray::number(qlonglong(span.start)));
+        std::vector<float> samples(std::size_t(span.length * layer->format().frameBytes() / 4));
+        layer->readData(samples.data(), span);
+        add(hash, QByteArray(reinterpret_cast<const char*>(samples.data()), int(samples.size() * 4)));
+    }
+    for (const Marker& marker : project.markerList())
+        add(hash, QByteArray::number(qlonglong(marker.position)));
+}
+
+QByteArray stateOf(const QList<ProjectPtr>& projects)
+{
+    QList<QByteArray> each;
+    for (const ProjectPtr& project : projects) {
+        QCryptographicHash hash(QCryptographicHash::Sha1);
+        add(hash, *project);
+        each << hash.result().toHex().left(12);
+    }
+    std::sort(each.begin(), each.end()); // a recovery may open them in another order
+    return each.isEmpty() ? "none" : each.join('+');
+}
+
+class Victim
+{
+public:
+    Victim() { m_tabs.setFilePlugins({&m_plugin}); }
+    // False for what it does not know, or could not do.
+    bool run(const QString& command, const QString& argument);
+    [[nodiscard]] QByteArray state() const
+    {
+        QList<ProjectPtr> projects;
+        for (int tab = 0; tab < m_tabs.count(); ++tab)
+            projects << m_tabs.project(tab);
+        return stateOf(projects);
+    }
+
+private:
+    [[nodiscard]] LayerPtr layer() const
+    {
+        const ProjectPtr project = m_tabs.currentProject();
+        return project
+                   ? std::dynamic_pointer_cast<Layer>(project->layers()->children(ChildrenDirect).value(0))
+                   : nullptr;
+    }
+    bool act(const QString& command, float value);
+    bool save(const QString& path);
+    static bool read(const QString& path);
+
+    RampPlugin m_plugin;
+    ProjectTabs m_tabs;
+    History m_history;
+};
+
+bool Victim::act(const QString& command, float value)
+{
+    const LayerPtr target = layer();
+    if (!target)
+        return false;
+    if (command == QLatin1String("edit")) {
+        const std::vector<float> samples(20000, value);
+        target->write(samples.data(), {100, 20000}, -1, true);
+    } else if (command == QLatin1String("insert")) {
+        target->insertTime({1000, 30000});
+    } else if (command == QLatin1String("crop")) {
+        target->cropTo({500, 40000});
+    } else {
+        return false;
+    }
+    postEvent(nullptr, EventId::LayerContentUpdate, ILayerPtr(target), nullptr);
+    HistoryEntry entry;
+    entry.name = command;
+    postEvent(nullptr, EventId::HistoryRecord, entry, nullptr);
+    return true;
+}
+
+bool Victim::save(const QString& path)
+{
+    const ProjectPtr project = m_tabs.currentProject();
+    if (!project)
+        return false;
+    const SaveResult result = path.endsWith(QLatin1String(".mvx"))
+                                  ? writeProjectXml(*project, path, SampleFiles::Copy, {})
+                                  : writeProjectBinary(*project, path, {});
+    if (result.done)
+        std::printf("saved %s\n", stateOf({project}).constData());
+    else
+        std::printf("failed %s\n", result.words.toUtf8().constData());
+    return result.done;
+}
+
+bool Victim::read(const QString& path)
+{
+    const ProjectReadResult result = path.endsWith(QLatin1String(".mvx"))
+                                         ? readProjectXml(path, SampleFiles::Copy, {})
+                                         : readProjectBinary(path, {});
+    const bool whole = result.project && result.damage.isEmpty();
+    std::printf("file %s\n", whole ? stateOf({result.project}).constData() : "damaged");
+    return true;
+}
+
+bool Victim::run(const QString& command, const QString& argument)
+{
+    if (command == QLatin1String("open"))
+        return m_tabs.parse(argument);
+    if (command == QLatin1String("import"))
+        return m_tabs.parse(argument, 0, 1);
+    if (command == QLatin1String("undo"))
+        return m_history.undo() == History::Result::Done;
+    if (command == QLatin1String("redo"))
+        return m_history.redo() == History::Result::Done;
+    if (command == QLatin1String("save"))
+        return save(argument);
+    if (command == QLatin1String("read"))
+        return read(argument);
+    if (command == QLatin1String("ask"))
+        answerToRecover = argument == QLatin1String("No")      ? QMessageBox::No
+                          : argument == QLatin1String("Reset") ? QMessageBox::Reset
+                                                               : QMessageBox::Yes;
+    if (command == QLatin1String("recover") || command == QLatin1String("ask")) {
+        recoverSessions(nullptr, SessionFolder(),
+                        [this](const QStringList& manifests) { m_tabs.recover(manifests); });
+        return true;
+    }
+    if (command == QLatin1String("close")) {
+        while (m_tabs.count() > 0 && m_tabs.close(0, true)) {
+        }
+        return true;
+    }
+    if (command == QLatin1String("wait"))
+        return QApplication::exec() == 0;
+    return act(command, argument.toFloat());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    installFaultHandlers();
+    qInstallMessageHandler(log);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    std::setlocale(LC_NUMERIC, "C");
+    const QStringList words = QCoreApplication::arguments();
+    PropertiesLoader loader(application, {words.value(1), platform::moduleFolder(), {}, false});
+    loader.loadFactory();
+    loader.applyUserSettings();
+    messages::setAnswerer(answer);
+    Victim victim;
+    std::puts("begin");
+    for (const QString& word : words.mid(2)) {
+        const int colon = word.indexOf(QLatin1Char(':'));
+        const QString command = colon < 0 ? word : word.left(colon);
+        if (!victim.run(command, colon < 0 ? QString() : word.mid(colon + 1))) {
+            std::printf("cannot %s\n", word.toUtf8().constData());
+            return 1;
+        }
+        QCoreApplication::processEvents();
+        std::printf("done %s\n", victim.state().constData());
+    }
+    return 0;
+}

@@ -1,0 +1,114 @@
+// Runs sessionvictim as a process of its own, in homes of its own, also under strace.
+#pragma once
+
+#include "base/platform.h"
+#include "support/testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <memory>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
+
+// What one run printed, and how it ended.
+struct VictimRun
+{
+    QStringList lines;
+    bool killed = false;
+    int exitCode = 0;
+
+    // The words behind `key` of each line that begins with it, in order.
+    [[nodiscard]] QStringList words(const char* key) const
+    {
+        QStringList found;
+        const QString start = QString::fromLatin1(key) + QLatin1Char(' ');
+        for (const QString& line : lines)
+            if (line.startsWith(start))
+                found << line.mid(start.size());
+        return found;
+    }
+    [[nodiscard]] QStringList states() const { return words("done"); }
+    [[nodiscard]] std::string text() const { return lines.join(QLatin1Char('\n')).toStdString(); }
+};
+
+// One user's homes: all runs in it share the session folder.
+class VictimHome
+{
+public:
+    explicit VictimHome(const QString& folder = testsupport::makeFolder(QStringLiteral("victim")))
+        : m_folder(folder),
+          m_environment(QProcessEnvironment::systemEnvironment())
+    {
+        for (const char* home : {"RUNTIME_DIR", "CACHE_HOME", "CONFIG_HOME", "STATE_HOME", "DATA_HOME"}) {
+            const QString path = m_folder + QLatin1Char('/') + QLatin1String(home);
+            EXPECT_TRUE(platform::makePrivateFolder(path));
+            m_environment.insert(QStringLiteral("XDG_") + QLatin1String(home), path);
+        }
+        EXPECT_TRUE(platform::makePrivateFolder(targets()));
+        writeFile(QStringLiteral("a.ramp"), "1");
+        writeFile(QStringLiteral("b.ramp"), "100000");
+    }
+    // Where recordings lie and projects are saved.
+    [[nodiscard]] QString targets() const { return m_folder + QStringLiteral("/targets"); }
+    [[nodiscard]] const QString& folder() const { return m_folder; }
+    // "open:@a.ramp" means that file in targets().
+    [[nodiscard]] QStringList command(const QString& session, const QStringList& commands) const
+    {
+        QStringList words{session};
+        for (QString word : commands)
+            words << word.replace(QLatin1Char('@'), targets() + QLatin1Char('/'));
+        return words;
+    }
+    // To its end; under strace with `fault` ("write:signal=KILL:when=3") when there is one.
+    [[nodiscard]] VictimRun run(const QString& session, const QStringList& commands,
+                                const QStringList& strace = {}) const
+    {
+        QProcess process;
+        start(process, session, commands, strace);
+        EXPECT_TRUE(process.waitForFinished(60000)) << commands.join(QLatin1Char(' ')).toStdString();
+        return resultOf(process);
+    }
+    void start(QProcess& process, const QString& session, const QStringList& commands,
+               const QStringList& strace = {}) const
+    {
+        process.setProcessEnvironment(m_environment);
+        QStringList words = command(session, commands);
+        QString program = QStringLiteral(MORVANE_VICTIM);
+        if (!strace.isEmpty()) {
+            words = strace + (QStringList{program} + words);
+            program = QStringLiteral("strace");
+        }
+        process.start(program, words);
+    }
+    [[nodiscard]] static VictimRun resultOf(QProcess& process)
+    {
+        VictimRun run;
+        run.lines = QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'));
+        const QByteArray errors = process.readAllStandardError();
+        if (!errors.isEmpty())
+            run.lines << QStringLiteral("stderr ") + QString::fromUtf8(errors);
+        // strace ends as its child did.
+        run.killed = process.exitStatus() == QProcess::CrashExit || process.exitCode() == 128 + SIGKILL;
+        run.exitCode = process.exitCode();
+        return run;
+    }
+    [[nodiscard]] QString sessionFolder() const
+    {
+        return m_folder + QStringLiteral("/CACHE_HOME/Morvane/Morvane");
+    }
+    void writeFile(const QString& name, const QByteArray& bytes) const
+    {
+        QFile file(targets() + QLatin1Char('/') + name);
+        ASSERT_TRUE(file.open(QFile::WriteOnly));
+        ASSERT_EQ(file.write(bytes), bytes.size());
+    }
+
+private:
+    QString m_folder;
+    QProcessEnvironment m_environment;
+};
