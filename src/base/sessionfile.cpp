@@ -168,7 +168,13 @@ bool SessionFile::Private::createFile()
 
 bool SessionFile::Private::allocate(int64_t from, int64_t bytes, int64_t missing)
 {
-    const std::optional<int64_t> room = freeBytes(file);
+    std::optional<int64_t> room = freeBytes(file);
+    if (room && missing > *room - headroomBytes) {
+        const ReadLocker locker(keeperLock);
+        if (theKeeper)
+            theKeeper->reclaim();
+        room = freeBytes(file);
+    }
     if (room && missing > *room - headroomBytes)
         return fail(tr("%1 MB are needed here and %2 MB are free, of which %3 MB stay in reserve.")
                         .arg(inMegabytes(missing), inMegabytes(*room), inMegabytes(headroomBytes)));

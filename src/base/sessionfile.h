@@ -37,6 +37,9 @@ public:
     // Any thread, under no lock of a caller of ours but those of layers. To let `file` die is to remove
     // it.
     virtual void retire(std::unique_ptr<RetiredFile> file) = 0;
+    // The disk has no room for what a file needs: lets go of whatever it safely can, if need be after some
+    // waiting. Any thread, also under locks of layers.
+    virtual void reclaim() = 0;
 };
 
 // One file in a folder that the program owns, created exclusively, mode 0600, no link followed, and

@@ -127,6 +127,12 @@ void SessionCache::retire(std::unique_ptr<RetiredFile> file)
     // Otherwise it dies with this call.
 }
 
+void SessionCache::reclaim()
+{
+    if (retiredFiles() > 0)
+        m_sync->flush();
+}
+
 int SessionCache::retiredFiles()
 {
     const std::lock_guard locker(m_mutex);

@@ -27,7 +27,7 @@
 //
 // While the object lives it holds the lock of this session (property `sessionid`) in the session folder,
 // which tells other processes that what lies there is in use. One object at a time. GUI thread, but for
-// retire().
+// retire() and reclaim().
 class SessionCache final : public ISessionFileKeeper
 {
 public:
@@ -48,6 +48,8 @@ public:
     void leave(const Project& project);
 
     void retire(std::unique_ptr<RetiredFile> file) override;
+    // Brings the manifests to the disk at once, so that files that only older ones name can go.
+    void reclaim() override;
 
     // For tests: files that wait for a manifest without them.
     [[nodiscard]] int retiredFiles();

@@ -56,20 +56,33 @@ void SessionSync::request(uint64_t project, const Job& job)
     m_wake.notify_all();
 }
 
+void SessionSync::flush()
+{
+    std::unique_lock locker(m_lock);
+    ++m_waiting;
+    m_wake.notify_all();
+    m_idle.wait(locker, [this] { return m_jobs.empty() && !m_working; });
+    --m_waiting;
+}
+
 void SessionSync::run()
 {
     auto next = std::chrono::steady_clock::now();
     std::unique_lock locker(m_lock);
     for (;;) {
         m_wake.wait(locker, [this] { return m_ending || !m_jobs.empty(); });
-        if (m_wake.wait_until(locker, next, [this] { return m_ending; }) || m_ending)
+        m_wake.wait_until(locker, next, [this] { return m_ending || m_waiting > 0; });
+        if (m_ending)
             return;
         next = std::chrono::steady_clock::now() + m_interval;
         Jobs jobs;
         jobs.swap(m_jobs);
+        m_working = true;
         locker.unlock();
         work(jobs);
         locker.lock();
+        m_working = false;
+        m_idle.notify_all();
     }
 }
 

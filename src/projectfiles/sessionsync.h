@@ -36,6 +36,8 @@ public:
 
     // Any thread; returns at once.
     void request(uint64_t project, const Job& job);
+    // Does at once what waits, and returns when it is done. Any thread but the helper itself.
+    void flush();
 
 private:
     using Jobs = std::map<uint64_t, Job>; // by project
@@ -48,7 +50,10 @@ private:
     const Done m_done;
     Mutex m_lock;
     std::condition_variable_any m_wake;
-    Jobs m_jobs;           // guarded by m_lock
-    bool m_ending = false; // guarded by m_lock
+    Jobs m_jobs;            // guarded by m_lock
+    bool m_ending = false;  // guarded by m_lock
+    bool m_working = false; // guarded by m_lock
+    int m_waiting = 0;      // guarded by m_lock; calls of flush()
+    std::condition_variable_any m_idle;
     std::thread m_thread;
 };

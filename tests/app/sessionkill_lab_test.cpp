@@ -38,6 +38,11 @@ const Scenario working = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:
                            QStringLiteral("save:@song.mvp"), QStringLiteral("import:@b.ramp"),
                            QStringLiteral("insert"), QStringLiteral("save:@song.mvx"), QStringLiteral("crop"),
                            QStringLiteral("undo"), QStringLiteral("save:@song.mvp")}};
+const Scenario converting = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"),
+                              QStringLiteral("save:@song.mvx"), QStringLiteral("close")},
+                             {QStringLiteral("open:@a.ramp"), QStringLiteral("import:@b.ramp"),
+                              QStringLiteral("format:12000"), QStringLiteral("edit:2"),
+                              QStringLiteral("duplicate"), QStringLiteral("save:@song.mvp")}};
 const Scenario recovering = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"),
                               QStringLiteral("save:@song.mvx"), QStringLiteral("import:@a.ramp"),
                               QStringLiteral("insert"), QStringLiteral("open:@a.ramp"),
@@ -47,7 +52,8 @@ const Scenario recovering = {{QStringLiteral("open:@b.ramp"), QStringLiteral("sa
 
 bool isAction(const QString& command)
 {
-    for (const char* word : {"edit", "import", "insert", "crop", "undo", "redo"})
+    for (const char* word :
+         {"edit", "import", "insert", "crop", "undo", "redo", "save", "format", "duplicate"})
         if (command.startsWith(QLatin1String(word)))
             return true;
     return false;
@@ -304,10 +310,15 @@ protected:
 
 TEST_F(SessionKill, inImportEditsAndSaves)
 {
-    killAll(working, 27);
+    killAll(working, 19);
+}
+
+TEST_F(SessionKill, inAChangeOfFormatAndADuplicate)
+{
+    killAll(converting, 11);
 }
 
 TEST_F(SessionKill, inTheRecoveryItself)
 {
-    killAll(recovering, 13);
+    killAll(recovering, 10);
 }

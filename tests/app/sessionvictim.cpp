@@ -5,6 +5,8 @@
 //   open:<file>    import:<file>    a recording of the suffix "ramp", its contents a number: a new tab, or a
 //                                   layer of the one in front
 //   edit:<value>   insert   crop   mark   undo   redo      actions on the first layer in front
+//   duplicate      the project in front
+//   format:<rate>  resamples the project in front, through the dialog
 //   save:<file>    the project in front, by suffix; prints "saved <state>"
 //   read:<file>    prints "file <state>", or "file damaged"
 //   recover        answers the question by Yes
@@ -33,7 +35,10 @@
 
 #include <QApplication>
 #include <QCryptographicHash>
+#include <QDialog>
+#include <QDoubleSpinBox>
 #include <QFile>
+#include <QTimer>
 
 namespace {
 
@@ -93,6 +98,7 @@ void add(QCryptographicHash& hash, const QByteArray& bytes)
 
 void add(QCryptographicHash& hash, const Project& project)
 {
+    add(hash, QByteArray::number(project.format().sampleRate));
     for (const ILayerPtr& node : project.root().allLayers()) {
         add(hash, node->name().toUtf8());
         const auto layer = std::dynamic_pointer_cast<Layer>(node);
@@ -144,6 +150,7 @@ private:
     }
     bool act(const QString& command, float value);
     bool save(const QString& path);
+    bool changeFormat(double rate);
     static bool read(const QString& path);
 
     RampPlugin m_plugin;
@@ -178,14 +185,25 @@ bool Victim::save(const QString& path)
     const ProjectPtr project = m_tabs.currentProject();
     if (!project)
         return false;
-    const SaveResult result = path.endsWith(QLatin1String(".mvx"))
-                                  ? writeProjectXml(*project, path, SampleFiles::Copy, {})
-                                  : writeProjectBinary(*project, path, {});
-    if (result.done)
-        std::printf("saved %s\n", stateOf({project}).constData());
-    else
-        std::printf("failed %s\n", result.words.toUtf8().constData());
-    return result.done;
+    project->setFilePath(path);
+    if (!m_tabs.save())
+        return false;
+    std::printf("saved %s\n", stateOf({project}).constData());
+    return true;
+}
+
+// Answers the dialog that will have come up by then.
+bool Victim::changeFormat(double rate)
+{
+    QTimer::singleShot(0, [rate] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        auto* field = dialog ? dialog->findChild<QDoubleSpinBox*>(QStringLiteral("formatrate")) : nullptr;
+        if (!field)
+            return;
+        field->setValue(rate);
+        dialog->accept();
+    });
+    return m_tabs.changeFormat();
 }
 
 bool Victim::read(const QString& path)
@@ -208,6 +226,10 @@ bool Victim::run(const QString& command, const QString& argument)
         return m_history.undo() == History::Result::Done;
     if (command == QLatin1String("redo"))
         return m_history.redo() == History::Result::Done;
+    if (command == QLatin1String("duplicate"))
+        return m_tabs.duplicateProject();
+    if (command == QLatin1String("format"))
+        return changeFormat(argument.toDouble());
     if (command == QLatin1String("save"))
         return save(argument);
     if (command == QLatin1String("read"))

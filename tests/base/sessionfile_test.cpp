@@ -331,6 +331,12 @@ public:
     Keeper() { SessionFile::setKeeper(this); }
     ~Keeper() override { SessionFile::setKeeper(nullptr); }
     void retire(std::unique_ptr<RetiredFile> file) override { files.push_back(std::move(file)); }
+    void reclaim() override
+    {
+        ++reclaims;
+        files.clear();
+    }
+    int reclaims = 0;
     std::vector<std::unique_ptr<RetiredFile>> files;
 };
 
@@ -349,6 +355,16 @@ TEST_F(SessionFileTest, aKeeperGetsEachFileThatDiesAndDecidesWhenItGoes)
     EXPECT_FALSE(SessionFile::adopt(folder, path)) << "it is still locked as in use";
     keeper.files.clear();
     EXPECT_FALSE(QFileInfo::exists(path));
+}
+
+TEST_F(SessionFileTest, aKeeperIsAskedToMakeRoomBeforeAFileIsRefused)
+{
+    Keeper keeper;
+    EXPECT_TRUE(SessionFile::create(folder, 1000));
+    EXPECT_EQ(keeper.reclaims, 0);
+    EXPECT_EQ(keeper.files.size(), 1u);
+    EXPECT_FALSE(SessionFile::create(folder, int64_t{1} << 60));
+    EXPECT_EQ(keeper.reclaims, 1);
 }
 
 TEST_F(SessionFileTest, aKeeperIsNotAskedAboutFilesThatStayAnyway)

@@ -159,6 +159,23 @@ TEST_F(SessionCacheTest, aManifestThatIsNotYetOnTheDiskKeepsTheOlderOnesFilesToo
     EXPECT_EQ(cache.retiredFiles(), 2);
 }
 
+TEST_F(SessionCacheTest, whereTheDiskIsFullReplacedFilesGoAtOnce)
+{
+    SessionCache cache(never);
+    const ProjectPtr project = projectOf(ramp(1000));
+    ASSERT_TRUE(cache.write(*project)); // the one sync that comes at once
+    const QString first = firstLayer(*project)->filePath();
+    firstLayer(*project)->insertTime({10, 500});
+    const QString second = firstLayer(*project)->filePath();
+    EXPECT_FALSE(SessionFile::create(folder, int64_t{1} << 60));
+    EXPECT_TRUE(QFile::exists(first)) << "the only manifest names it, so it is not for sale";
+    ASSERT_TRUE(cache.write(*project));
+    EXPECT_FALSE(SessionFile::create(folder, int64_t{1} << 60));
+    EXPECT_FALSE(QFile::exists(first));
+    EXPECT_TRUE(QFile::exists(second));
+    EXPECT_EQ(cache.retiredFiles(), 0);
+}
+
 TEST_F(SessionCacheTest, whatNoManifestNamesIsRemovedAtOnce)
 {
     SessionCache cache(never);
