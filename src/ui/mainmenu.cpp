@@ -4,6 +4,7 @@
 #include "projectfiles/projecttabs.h"
 #include "ui/actiontable.h"
 #include "ui/displaypanel.h"
+#include "ui/historypanel.h"
 #include "ui/mainwindow.h"
 #include "ui/recentfiles.h"
 #include "ui/widgets/qdockwidgetext.h"
@@ -97,6 +98,20 @@ std::vector<Row> fileRows(MainWindow& window)
         {file,
          {id("filexit"), text("E&xit"), text("Close all projects and the program"), QKeySequence::Quit},
          [&window](bool) { window.close(); }},
+    };
+}
+
+std::vector<Row> editRows(MainWindow& window)
+{
+    HistoryPanel& history = window.historyPanel();
+    const char* const edit = QT_TR_NOOP("&Edit");
+    return {
+        {edit,
+         {id("editundo"), text("&Undo"), text("Take the last action back"), QKeySequence::Undo},
+         [&history](bool) { history.undo(); }},
+        {edit,
+         {id("editredo"), text("&Redo"), text("Do again what was taken back"), QKeySequence::Redo},
+         [&history](bool) { history.redo(); }},
     };
 }
 
@@ -262,12 +277,22 @@ void followExportBack(MainWindow& window, QAction* action)
     action->setEnabled(false);
 }
 
+// Enabled as long as there is something to undo or redo.
+void followHistory(HistoryPanel& history, QAction* undo, QAction* redo)
+{
+    undo->setEnabled(history.history().canUndo());
+    redo->setEnabled(history.history().canRedo());
+    QObject::connect(&history, &HistoryPanel::undoEnabled, undo, &QAction::setEnabled);
+    QObject::connect(&history, &HistoryPanel::redoEnabled, redo, &QAction::setEnabled);
+}
+
 } // namespace
 
 void buildMainMenu(MainWindow& window, ActionTable& actions)
 {
     window.menuBar()->setAccessibleName(text("Menus"));
     addRows(window, actions, fileRows(window));
+    addRows(window, actions, editRows(window));
     addRows(window, actions, projectRows(window));
     addRows(window, actions, layerRows(window));
     addRows(window, actions, displayRows(window));
@@ -279,4 +304,5 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     view->insertSeparator(view->actions().at(1));
     addRows(window, actions, helpRows(window));
     followExportBack(window, actions.action(id("fileexportback")));
+    followHistory(window.historyPanel(), actions.action(id("editundo")), actions.action(id("editredo")));
 }

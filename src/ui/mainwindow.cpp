@@ -9,6 +9,7 @@
 #include "ui/aboutdialog.h"
 #include "ui/actiontable.h"
 #include "ui/displaypanel.h"
+#include "ui/historypanel.h"
 #include "ui/logdialog.h"
 #include "ui/mainmenu.h"
 #include "ui/objectproperties.h"
@@ -84,6 +85,8 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     connect(m_tabs, &ProjectTabs::currentProjectChanged, this, &MainWindow::showTabState);
     connect(m_tabs, &ProjectTabs::recentFileUpdated, m_recent, &RecentFiles::add);
     connect(m_tabs, &ProjectTabs::becameIdle, this, &MainWindow::sessionImport, Qt::QueuedConnection);
+    connect(m_historyPanel, &HistoryPanel::duplicateProjectRequested, m_tabs,
+            [this] { m_tabs->duplicateProject(); });
     connect(m_recent, &RecentFiles::chosen, m_tabs, [this](const QString& path) { m_tabs->parse(path); });
     qInfo("engine objects and connections initialized");
     qInfo("Setting shortcuts and properties");
@@ -101,7 +104,8 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
 
 MainWindow::~MainWindow()
 {
-    // The views go first, then the projects whose layers they show.
+    // The views and panels go first, then the projects whose layers they hold.
+    qDeleteAll(m_panels);
     delete m_display;
     delete m_tabs;
 }
@@ -146,6 +150,7 @@ void MainWindow::buildPanels()
     setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
     setDockOptions(QMainWindow::AnimatedDocks);
     m_displayPanel = new DisplayPanel;
+    m_historyPanel = new HistoryPanel;
     const auto add = [this](QWidget* panel, const QString& name, const QString& title, const char* icon,
                             const char* unroll) {
         auto* dock = new QDockWidgetExt(title, QIcon(QString::fromLatin1(icon)), panel, this);
@@ -156,6 +161,8 @@ void MainWindow::buildPanels()
     };
     add(m_displayPanel, QStringLiteral("DisplayPanel"), tr("Display"), ":/icons/display.png",
         "unrolldisplaypanel");
+    add(m_historyPanel, QStringLiteral("HistoryPanel"), tr("History"), ":/icons/history.png",
+        "unrollhistorypanel");
 }
 
 void MainWindow::showTabState()

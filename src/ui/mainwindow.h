@@ -12,6 +12,7 @@
 class ActionTable;
 class ChannelsDisplay;
 class DisplayPanel;
+class HistoryPanel;
 class IFilePlugin;
 class PluginLoader;
 class ProjectTabs;
@@ -39,6 +40,7 @@ public:
     [[nodiscard]] RecentFiles& recentFiles() { return *m_recent; }
     [[nodiscard]] ActionTable& actionTable() { return *m_actions; }
     [[nodiscard]] DisplayPanel& displayPanel() { return *m_displayPanel; }
+    [[nodiscard]] HistoryPanel& historyPanel() { return *m_historyPanel; }
     // The dock panels, in the order of the menu.
     [[nodiscard]] const QList<QDockWidgetExt*>& panels() const { return m_panels; }
     [[nodiscard]] QList<IFilePlugin*> filePlugins() const;
@@ -95,6 +97,8 @@ private:
     RecentFiles* m_recent = nullptr;
     ActionTable* m_actions = nullptr;
     StatusReadout* m_status = nullptr;
-    DisplayPanel* m_displayPanel = nullptr; // in the first of the panels
+    // Each in one of m_panels.
+    DisplayPanel* m_displayPanel = nullptr;
+    HistoryPanel* m_historyPanel = nullptr;
     QList<QDockWidgetExt*> m_panels;
 };
