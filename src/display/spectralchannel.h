@@ -8,6 +8,7 @@
 
 #include <memory>
 
+#include <QCursor>
 #include <QTimer>
 
 // Shows the sum of the visible layers of one channel, each by a SpectralTexture of its own, and turns
@@ -37,6 +38,8 @@ public:
     // pictures, as they are now. 0 where there is none.
     [[nodiscard]] float magnitudeAt(const PointD& position) const;
     [[nodiscard]] bool isOutstanding() const override { return m_textures.isOutstanding(); }
+    // Whether the transport runs, which the cursor of the playback tool tells.
+    void setPlaying(bool playing);
 
     void freqScaleEvent(EventId id, const int32_t& scale) override;
     void freqUnitEvent(EventId id, const int32_t& unit) override;
@@ -48,6 +51,13 @@ public:
     void layerRootEvent(EventId id, const LayerRoot& root) override;
     void displayValueEvent(EventId id, const float& value) override;
     void displacementEvent(EventId id, const Displacement& displacement) override;
+    void toolEvent(EventId id) override;
+    void toolPluginEvent(EventId id, const ToolActivation& tool) override;
+    void cursorEvent(EventId id, const QCursor& cursor) override;
+
+Q_SIGNALS:
+    // The playback tool wants the transport to start or stop.
+    void playOrStopToggled();
 
 protected:
     void initializeGL() override;
@@ -57,11 +67,13 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+    void tabletEvent(QTabletEvent* event) override;
+    void leaveEvent(QEvent* event) override;
 
 private:
     using Textures = LayerTextures<SpectralTexture>;
     // What the pressed button does.
-    enum class Drag { None, Pan, Displace, Pointer };
+    enum class Drag { None, Pan, Displace, Pointer, Zoom, Play };
 
     void readProperties();
 
@@ -83,9 +95,22 @@ private:
     void drawingPass();
     void controlsPass();
 
-    [[nodiscard]] Drag dragFor(const QMouseEvent& event) const;
-    void updateCursor();
-    void movePointer(const QMouseEvent& event);
+    [[nodiscard]] Drag dragFor(Qt::MouseButton button, Qt::KeyboardModifiers modifiers) const;
+    void updateCursor(Qt::KeyboardModifiers modifiers);
+    void movePointer(const QPointF& pixel, float pressure, Qt::KeyboardModifiers modifiers);
+
+    // spectralchanneltools.cpp
+    // On the nearest tick or marker within reach, while snapping is on.
+    [[nodiscard]] PointD snapped(const PointD& position) const;
+    void beginZoom(const QPointF& pixel);
+    void dragZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
+    void endZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
+    void zoomBy(double horizontal, double vertical, const QPointF& pixel);
+    void beginPlaying(const QPointF& pixel);
+    void scrub(const QPointF& pixel);
+    void endPlaying();
+    void setPosition(double time);
+    void hoverControls(const QPointF& pixel);
     void navigate(const Area& area);
     void displace(const Displacement& value);
     [[nodiscard]] Area limits() const;
@@ -109,6 +134,18 @@ private:
     bool m_spectralMarkersShown = true;
     DrawingState m_drawing;   // of the active tool
     int32_t m_controlId = -1; // of the control under the pointer
+
+    EventId m_tool = EventId::ToolNoneActivate;
+    QCursor m_toolCursor; // of the active plug-in tool
+    // Of the property `zoommode` when the tool was chosen: 0 a rubber band, a click zooms in; 1 a press
+    // zooms out; 2 and 3 dragging stretches, a click zooms in (2) or out (3).
+    int m_zoomMode = 0;
+    bool m_snap = false;
+    bool m_playing = false;
+    QPointF m_pressPixel;
+    Area m_pressArea;
+    bool m_playHeld = false; // the playback tool was pressed in the picture
+    bool m_scrubbing = false;
     // Runs while marching ants are on the screen.
     QTimer m_antsTimer;
 };

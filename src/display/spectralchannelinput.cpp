@@ -6,12 +6,23 @@
 #include "model/layerroot.h"
 
 #include <QMouseEvent>
+#include <QPixmap>
+#include <QTabletEvent>
 #include <QWheelEvent>
 
 #include <cmath>
 #include <utility>
 
 namespace {
+
+// Of the mouse: the stylus tells its own.
+float pressureOf(const QMouseEvent& event)
+{
+    const bool down = event.buttons() & Qt::LeftButton;
+    if (!propertyOr("tabletproximity", false).toBool())
+        return down ? 1.0f : -1.0f;
+    return -1;
+}
 
 float longestDisplacement()
 {
@@ -42,46 +53,77 @@ void SpectralChannel::displace(const Displacement& value)
 
 // --- mouse ------------------------------------------------------------------------------------------
 
-SpectralChannel::Drag SpectralChannel::dragFor(const QMouseEvent& event) const
+SpectralChannel::Drag SpectralChannel::dragFor(Qt::MouseButton button, Qt::KeyboardModifiers modifiers) const
 {
-    const Qt::KeyboardModifiers modifiers = event.modifiers() & wheelnavigation::relevantModifiers;
-    if (event.button() == Qt::MiddleButton)
+    modifiers &= wheelnavigation::relevantModifiers;
+    if (button == Qt::MiddleButton)
         return modifiers & Qt::ShiftModifier ? Drag::Displace : Drag::Pan;
-    if (event.button() == Qt::LeftButton && wheelnavigation::leftButtonPans(modifiers))
+    if (button != Qt::LeftButton)
+        return Drag::Pointer;
+    if (wheelnavigation::leftButtonPans(modifiers))
         return Drag::Pan;
-    return Drag::Pointer;
+    if (wheelnavigation::leftButtonPlays(modifiers))
+        return Drag::Play;
+    switch (m_tool) {
+    case EventId::ToolPanActivate:
+        return Drag::Pan;
+    case EventId::ToolZoomActivate:
+        return Drag::Zoom;
+    case EventId::ToolDisplaceActivate:
+        return Drag::Displace;
+    case EventId::ToolPlaybackActivate:
+        return Drag::Play;
+    default:
+        return Drag::Pointer;
+    }
 }
 
-void SpectralChannel::updateCursor()
+// The cursor tells what a press with the left button does, or what the button held down does.
+void SpectralChannel::updateCursor(Qt::KeyboardModifiers modifiers)
 {
-    if (m_drag == Drag::Pan)
-        setCursor(Qt::ClosedHandCursor);
-    else if (m_drag == Drag::Displace)
-        setCursor(Qt::SizeAllCursor);
-    else
-        unsetCursor();
+    const bool held = m_drag != Drag::None && m_drag != Drag::Pointer;
+    switch (held ? m_drag : dragFor(Qt::LeftButton, modifiers)) {
+    case Drag::Pan:
+        return setCursor(held ? Qt::ClosedHandCursor : Qt::OpenHandCursor);
+    case Drag::Displace:
+        return setCursor(QCursor(QPixmap(QStringLiteral(":/stylesheets/displacecursor.png"))));
+    case Drag::Zoom:
+        return setCursor(QCursor(QPixmap(QStringLiteral(":/stylesheets/zoomcursor.png"))));
+    case Drag::Play:
+        return setCursor(QCursor(QPixmap(m_playing ? QStringLiteral(":/stylesheets/speakeroncursor.png")
+                                                   : QStringLiteral(":/stylesheets/speakeroffcursor.png"))));
+    default:
+        return setCursor(m_tool == EventId::ToolPluginActivate ? m_toolCursor : QCursor());
+    }
 }
 
 void SpectralChannel::mousePressEvent(QMouseEvent* event)
 {
     if (m_blocked)
         return;
-    if (m_drag == Drag::None || m_drag == Drag::Pointer)
-        m_drag = dragFor(*event);
-    updateCursor();
-    m_lastPixel = event->localPos();
+    const QPointF pixel = event->localPos();
+    const bool begins = m_drag == Drag::None || m_drag == Drag::Pointer;
+    if (begins)
+        m_drag = dragFor(event->button(), event->modifiers());
+    updateCursor(event->modifiers());
+    m_lastPixel = pixel;
     m_dragDisplacement = m_displacement;
     if (m_drag == Drag::Pointer)
-        movePointer(*event);
+        movePointer(pixel, pressureOf(*event), event->modifiers());
+    else if (begins && m_drag == Drag::Zoom)
+        beginZoom(pixel);
+    else if (begins && m_drag == Drag::Play)
+        beginPlaying(pixel);
 }
 
 void SpectralChannel::mouseMoveEvent(QMouseEvent* event)
 {
     if (m_blocked)
         return;
-    updateCursor();
-    const QPointF moved = event->localPos() - m_lastPixel;
-    m_lastPixel = event->localPos();
+    updateCursor(event->modifiers());
+    const QPointF pixel = event->localPos();
+    const QPointF moved = pixel - m_lastPixel;
+    m_lastPixel = pixel;
     if (m_drag == Drag::Pan && hasValidFormat()) {
         // What is under the pointer stays there.
         navigate(viewgeometry::panned(m_convert, m_viewArea, -moved.x() / width(), moved.y() / height()));
@@ -90,42 +132,74 @@ void SpectralChannel::mouseMoveEvent(QMouseEvent* event)
         m_dragDisplacement.y -= float(moved.y());
         const bool snap = event->modifiers() & Qt::ShiftModifier;
         displace(snap ? displacement::snapped(m_dragDisplacement) : m_dragDisplacement);
+    } else if (m_drag == Drag::Zoom) {
+        dragZoom(pixel, event->modifiers());
+    } else if (m_drag == Drag::Play) {
+        scrub(pixel);
     } else {
-        movePointer(*event);
+        movePointer(pixel, pressureOf(*event), event->modifiers());
     }
 }
 
 void SpectralChannel::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (event->buttons() == Qt::NoButton && m_drag != Drag::Pointer)
+    const Drag ended = m_drag;
+    const bool last = event->buttons() == Qt::NoButton;
+    if (last)
         m_drag = Drag::None;
+    // What plays is stopped even where the view is blocked by now.
+    if (last && ended == Drag::Play)
+        endPlaying();
     if (m_blocked)
         return;
-    updateCursor();
-    if (m_drag == Drag::Pointer)
-        movePointer(*event);
-    if (event->buttons() == Qt::NoButton)
-        m_drag = Drag::None;
+    updateCursor(event->modifiers());
+    if (ended == Drag::Pointer)
+        movePointer(event->localPos(), pressureOf(*event), event->modifiers());
+    else if (last && ended == Drag::Zoom)
+        endZoom(event->localPos(), event->modifiers());
 }
 
-void SpectralChannel::movePointer(const QMouseEvent& event)
+// While the stylus is near, only its own events tell how hard it presses.
+void SpectralChannel::tabletEvent(QTabletEvent* event)
+{
+    event->ignore(); // so that mouse events follow
+    if (m_blocked || (m_drag != Drag::None && m_drag != Drag::Pointer) ||
+        m_tool != EventId::ToolPluginActivate)
+        return;
+    const bool down = event->buttons() & Qt::LeftButton && event->pressure() > 0;
+    movePointer(event->posF(), down ? float(event->pressure()) : -1.0f, event->modifiers());
+}
+
+void SpectralChannel::leaveEvent(QEvent* event)
+{
+    if (m_controlId >= 0 && m_drag == Drag::None) {
+        m_controlId = -1;
+        update();
+        postEvent(this, EventId::MouseControlIdChange, m_controlId, this);
+    }
+    ChannelView::leaveEvent(event);
+}
+
+void SpectralChannel::movePointer(const QPointF& pixel, float pressure, Qt::KeyboardModifiers modifiers)
 {
     if (!hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
         return;
     m_mouse.previousPosition = m_mouse.position;
     m_mouse.previousPressure = m_mouse.pressure;
     m_mouse.previousModifiers = m_mouse.modifiers;
-    m_mouse.position = documentPosition(event.localPos());
-    m_mouse.pixel = {event.localPos().x(), event.localPos().y()};
-    m_mouse.pixelSize = viewgeometry::pixelSize(m_convert, m_viewArea, size(), event.localPos());
-    m_mouse.pressure = event.buttons() & Qt::LeftButton ? 1.0f : -1.0f;
-    m_mouse.modifiers = uint32_t(event.modifiers());
+    m_mouse.position = documentPosition(pixel);
+    m_mouse.pixel = {pixel.x(), pixel.y()};
+    m_mouse.pixelSize = viewgeometry::pixelSize(m_convert, m_viewArea, size(), pixel);
+    m_mouse.pressure = pressure;
+    m_mouse.modifiers = uint32_t(modifiers);
     m_mouse.channel = m_channel;
     if (m_mouse.previousPressure < 0 && m_mouse.pressure >= 0) {
         m_mouse.pressPosition = m_mouse.position;
         m_mouse.pressPixel = m_mouse.pixel;
         m_mouse.pressPixelSize = m_mouse.pixelSize;
     }
+    if (pressure < 0)
+        hoverControls(pixel);
     postEvent(this, EventId::MousePositionChange, m_mouse, this);
 }
 

@@ -37,11 +37,26 @@ std::pair<double, double> axes(const QWheelEvent& event)
     return {dx, dy};
 }
 
+namespace {
+
+constexpr Qt::KeyboardModifiers control = Qt::ControlModifier;
+constexpr Qt::KeyboardModifiers controlAlt = Qt::ControlModifier | Qt::AltModifier;
+
+bool controlPans()
+{
+    return propertyOr("leftbuttonnavigation", 1).toInt() == 0;
+}
+
+} // namespace
+
 bool leftButtonPans(Qt::KeyboardModifiers modifiers)
 {
-    const bool controlPans = propertyOr("leftbuttonnavigation", 1).toInt() == 0;
-    return modifiers ==
-           (controlPans ? Qt::KeyboardModifiers(Qt::ControlModifier) : Qt::ControlModifier | Qt::AltModifier);
+    return modifiers == (controlPans() ? control : controlAlt);
+}
+
+bool leftButtonPlays(Qt::KeyboardModifiers modifiers)
+{
+    return modifiers == (controlPans() ? controlAlt : control);
 }
 
 } // namespace wheelnavigation

@@ -22,5 +22,7 @@ constexpr Qt::KeyboardModifiers relevantModifiers =
 [[nodiscard]] std::pair<double, double> axes(const QWheelEvent& event);
 // Whether the left button with these modifiers pans, by the property leftbuttonnavigation.
 [[nodiscard]] bool leftButtonPans(Qt::KeyboardModifiers modifiers);
+// Whether it plays: the other one of Ctrl and Ctrl+Alt.
+[[nodiscard]] bool leftButtonPlays(Qt::KeyboardModifiers modifiers);
 
 } // namespace wheelnavigation

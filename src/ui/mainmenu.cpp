@@ -9,6 +9,7 @@
 #include "ui/recentfiles.h"
 #include "ui/widgets/qdockwidgetext.h"
 
+#include <QActionGroup>
 #include <QCoreApplication>
 #include <QMenu>
 #include <QMenuBar>
@@ -226,6 +227,39 @@ std::vector<Row> displayRows(MainWindow& window)
     return rows;
 }
 
+struct BuiltInTool
+{
+    const char* id;
+    const char* label;
+    const char* keys;
+    EventId event;
+};
+
+constexpr BuiltInTool builtInTools[] = {
+    {"toolsplayback", QT_TR_NOOP("Playback"), "P", EventId::ToolPlaybackActivate},
+    {"toolshand", QT_TR_NOOP("Hand"), "H", EventId::ToolPanActivate},
+    {"toolszoom", QT_TR_NOOP("Zoom"), "Z", EventId::ToolZoomActivate},
+    {"tools3d", QT_TR_NOOP("3D Perspective"), "D", EventId::ToolDisplaceActivate},
+};
+
+// One at most is chosen; its key once more lays it down.
+void addTools(MainWindow& window, ActionTable& actions)
+{
+    auto* group = new QActionGroup(&window);
+    group->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
+    for (const BuiltInTool& tool : builtInTools) {
+        ActionRow row;
+        row.id = QString::fromLatin1(tool.id);
+        row.label = text(tool.label);
+        row.keys = QString::fromLatin1(tool.keys);
+        row.needsProject = true;
+        row.checkable = true;
+        group->addAction(actions.add(row, [event = tool.event](bool on) {
+            postEvent(nullptr, on ? event : EventId::ToolNoneActivate, nullptr);
+        }));
+    }
+}
+
 std::vector<Row> helpRows(MainWindow& window)
 {
     return {
@@ -296,6 +330,7 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     addRows(window, actions, projectRows(window));
     addRows(window, actions, layerRows(window));
     addRows(window, actions, displayRows(window));
+    addTools(window, actions);
     QMenu* view = addRows(window, actions, viewRows(window));
     auto* panels = new QMenu(text("Panels"), view);
     for (QDockWidgetExt* panel : window.panels())

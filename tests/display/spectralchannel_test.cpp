@@ -12,6 +12,7 @@
 
 #include <QMainWindow>
 #include <QMouseEvent>
+#include <QTabletEvent>
 #include <QVariant>
 #include <QWheelEvent>
 
@@ -32,10 +33,14 @@ public:
     void areaEvent(EventId, const Area& area) override { areas.push_back(area); }
     void displacementEvent(EventId, const Displacement& value) override { displacements.push_back(value); }
     void mousePositionEvent(EventId, const MouseEvent& event) override { mice.push_back(event); }
+    void transportPositionEvent(EventId, const int64_t& value) override { positions.push_back(value); }
+    void controlIdEvent(EventId, const int32_t& id) override { controls.push_back(id); }
 
     std::vector<Area> areas;
     std::vector<Displacement> displacements;
     std::vector<MouseEvent> mice;
+    std::vector<int64_t> positions;
+    std::vector<int32_t> controls;
 };
 
 class CountingChannel : public SpectralChannel
@@ -365,6 +370,239 @@ TEST_F(Marks, HostileMarksDrawNothingAndFail)
     post(EventId::MarkerListChange, MarkerList{{1, INT64_MAX, INT64_MAX, ""}, {2, INT64_MIN, 5, ""}});
     (void)channel->grabFramebuffer();
     EXPECT_EQ(at(200, 7), QColor(Qt::black));
+}
+
+// --- tools ------------------------------------------------------------------------------------------
+
+// 400,000 samples at 48 kHz in a view of 400 pixels: a pixel is 1000 samples and 80 Hz.
+class Tools : public View
+{
+protected:
+    Tools()
+    {
+        for (const char* key :
+             {"leftbuttonnavigation", "playbackhold", "playbackscrubbing", "zoommode", "tabletproximity"})
+            qApp->setProperty(key, QVariant());
+        open(48000);
+        addLayer(std::vector<float>(400000, 0.0f));
+        show({0, 0, 400000, 24000});
+        listener.areas.clear();
+        listener.positions.clear();
+        QObject::connect(channel, &SpectralChannel::playOrStopToggled, [this] { ++toggles; });
+    }
+    void choose(EventId tool) { postEvent(nullptr, tool, nullptr); }
+    void chooseZoom(int mode)
+    {
+        qApp->setProperty("zoommode", mode);
+        choose(EventId::ToolZoomActivate);
+    }
+    Area told()
+    {
+        EXPECT_FALSE(listener.areas.empty());
+        return listener.areas.empty() ? Area() : listener.areas.back();
+    }
+
+    int toggles = 0;
+};
+
+TEST_F(Tools, HandPansWithTheLeftButton)
+{
+    show({100000, 0, 100000, 24000});
+    choose(EventId::ToolPanActivate);
+    drag(Qt::LeftButton, {200, 150}, {100, 150});
+    EXPECT_NEAR(told().x, 125000, 1e-6);
+    EXPECT_TRUE(listener.mice.empty());
+}
+
+TEST_F(Tools, RubberBandBecomesTheView)
+{
+    chooseZoom(0);
+    mouse(QEvent::MouseButtonPress, {100, 100}, Qt::LeftButton, Qt::LeftButton);
+    mouse(QEvent::MouseMove, {200, 200}, Qt::NoButton, Qt::LeftButton);
+    qApp->setProperty("colordrawing", QColor(200, 200, 0));
+    EXPECT_EQ(channel->grabFramebuffer().pixelColor(150, 100), QColor(200, 200, 0));
+    mouse(QEvent::MouseButtonRelease, {200, 200}, Qt::LeftButton, Qt::NoButton);
+    EXPECT_NEAR(told().x, 100000, 1e-6);
+    EXPECT_NEAR(told().width, 100000, 1e-6);
+    EXPECT_NEAR(told().y, 8000, 1e-6);
+    EXPECT_NEAR(told().height, 8000, 1e-6);
+    EXPECT_NE(channel->grabFramebuffer().pixelColor(150, 100), QColor(200, 200, 0)); // the band is gone
+}
+
+TEST_F(Tools, BandOfSixteenPixelsOrLessInEitherDirectionCountsAsAClick)
+{
+    chooseZoom(0);
+    for (const QPointF to : {QPointF(216, 250), QPointF(300, 166), QPointF(200, 150)}) {
+        show({0, 0, 400000, 24000});
+        drag(Qt::LeftButton, {200, 150}, to);
+        EXPECT_NEAR(told().width, 400000 * std::exp2(-0.25), 1e-3);
+        EXPECT_NEAR(told().height, 24000 * std::exp2(-0.25), 1e-6);
+    }
+    // What is left of and below the click keeps its share.
+    show({0, 0, 400000, 24000});
+    drag(Qt::LeftButton, {100, 75}, {100, 75});
+    EXPECT_NEAR((100000 - told().x) / told().width, 0.25, 1e-9);
+    EXPECT_NEAR((18000 - told().y) / told().height, 0.75, 1e-9);
+    show({0, 0, 400000, 24000});
+    drag(Qt::LeftButton, {200, 150}, {217, 167});
+    EXPECT_NEAR(told().width, 17000, 1e-6);
+}
+
+TEST_F(Tools, ModeOneZoomsOutAtAnyRelease)
+{
+    chooseZoom(1);
+    show({150000, 6000, 50000, 6000});
+    drag(Qt::LeftButton, {200, 150}, {300, 250});
+    EXPECT_NEAR(told().width, 50000 * std::exp2(0.25), 1e-3);
+    EXPECT_NEAR(told().height, 6000 * std::exp2(0.25), 1e-6);
+}
+
+TEST_F(Tools, ModesTwoAndThreeStretchByDragging)
+{
+    for (const int mode : {2, 3}) {
+        chooseZoom(mode);
+        show({100000, 6000, 100000, 6000});
+        drag(Qt::LeftButton, {200, 150}, {300, 50});
+        EXPECT_NEAR(told().width, 50000, 1e-3);
+        EXPECT_NEAR(told().height, 3000, 1e-3);
+        EXPECT_NEAR(told().x, 125000, 1e-3); // about the press
+        // Shift: the smaller direction is frozen.
+        show({100000, 6000, 100000, 6000});
+        mouse(QEvent::MouseButtonPress, {200, 150}, Qt::LeftButton, Qt::LeftButton, Qt::ShiftModifier);
+        mouse(QEvent::MouseMove, {300, 140}, Qt::NoButton, Qt::LeftButton, Qt::ShiftModifier);
+        mouse(QEvent::MouseButtonRelease, {300, 140}, Qt::LeftButton, Qt::NoButton, Qt::ShiftModifier);
+        EXPECT_NEAR(told().width, 50000, 1e-3);
+        EXPECT_NEAR(told().height, 6000, 1e-3);
+        // Less than two pixels is a click: in with 2, out with 3.
+        show({100000, 6000, 100000, 6000});
+        drag(Qt::LeftButton, {200, 150}, {201, 151});
+        EXPECT_NEAR(told().width, 100000 * std::exp2(mode == 2 ? -0.25 : 0.25), 2000);
+    }
+}
+
+TEST_F(Tools, SnappedBandEndsOnTheMarkers)
+{
+    chooseZoom(0);
+    post(EventId::MarkerListChange, MarkerList{{1, 101234, 98000, ""}});
+    post(EventId::DisplaySnapEnable, true);
+    drag(Qt::LeftButton, {100, 100}, {200, 200});
+    EXPECT_NEAR(told().x, 101234, 1e-6);
+    EXPECT_NEAR(told().width, 98000, 1e-6);
+}
+
+TEST_F(Tools, DisplaceToolDrawsTheRelief)
+{
+    choose(EventId::ToolDisplaceActivate);
+    qApp->setProperty("maxdisplace", 128);
+    drag(Qt::LeftButton, {200, 150}, {230, 110});
+    ASSERT_FALSE(listener.displacements.empty());
+    EXPECT_FLOAT_EQ(listener.displacements.back().x, 30);
+    EXPECT_FLOAT_EQ(listener.displacements.back().y, 40);
+    drag(Qt::LeftButton, {0, 0}, {400, 300}); // limited in length, the angle staying
+    const Displacement last = listener.displacements.back();
+    EXPECT_NEAR(std::hypot(last.x, last.y), 128, 1e-3);
+}
+
+TEST_F(Tools, PlaybackSetsThePositionAndHoldsOrToggles)
+{
+    choose(EventId::ToolPlaybackActivate);
+    drag(Qt::LeftButton, {100, 150}, {100, 150});
+    ASSERT_FALSE(listener.positions.empty());
+    EXPECT_EQ(listener.positions.back(), 100000);
+    EXPECT_EQ(toggles, 2); // plays while it is held
+    qApp->setProperty("playbackhold", false);
+    drag(Qt::LeftButton, {100, 150}, {100, 150});
+    EXPECT_EQ(toggles, 3);
+}
+
+TEST_F(Tools, PressThatMovesTenPixelsOrLessDoesNotScrub)
+{
+    choose(EventId::ToolPlaybackActivate);
+    mouse(QEvent::MouseButtonPress, {100, 150}, Qt::LeftButton, Qt::LeftButton);
+    mouse(QEvent::MouseMove, {110, 10}, Qt::NoButton, Qt::LeftButton);
+    EXPECT_EQ(listener.positions.back(), 100000);
+    mouse(QEvent::MouseMove, {111, 10}, Qt::NoButton, Qt::LeftButton);
+    EXPECT_EQ(listener.positions.back(), 111000);
+    mouse(QEvent::MouseMove, {105, 10}, Qt::NoButton, Qt::LeftButton); // and goes on
+    EXPECT_EQ(listener.positions.back(), 105000);
+    mouse(QEvent::MouseMove, {1000, 10}, Qt::NoButton, Qt::LeftButton);
+    EXPECT_EQ(listener.positions.back(), 400000); // the end of the project
+    mouse(QEvent::MouseButtonRelease, {1000, 10}, Qt::LeftButton, Qt::NoButton);
+    qApp->setProperty("playbackscrubbing", false);
+    drag(Qt::LeftButton, {100, 150}, {300, 150});
+    EXPECT_EQ(listener.positions.back(), 100000);
+}
+
+TEST_F(Tools, LeftButtonModifiersPanAndPlayByTheProperty)
+{
+    const auto press = [&](Qt::KeyboardModifiers modifiers) {
+        listener.areas.clear();
+        toggles = 0;
+        show({100000, 0, 100000, 24000});
+        listener.areas.clear();
+        drag(Qt::LeftButton, {200, 150}, {220, 150}, modifiers);
+        return std::make_pair(!listener.areas.empty(), toggles > 0);
+    };
+    const Qt::KeyboardModifiers control = Qt::ControlModifier, both = control | Qt::AltModifier;
+    for (const int value : {0, 1}) {
+        qApp->setProperty("leftbuttonnavigation", value);
+        EXPECT_EQ(press(control), std::make_pair(value == 0, value == 1));
+        EXPECT_EQ(press(both), std::make_pair(value == 1, value == 0));
+        EXPECT_EQ(press(Qt::ShiftModifier), std::make_pair(false, false));
+    }
+}
+
+TEST_F(Tools, NearestControlWithinSixPixelsIsHovered)
+{
+    postEvent(nullptr, EventId::ToolPluginActivate, ToolActivation{}, nullptr);
+    post(EventId::MouseControlsChange,
+         QList<ControlPoint>{{{100000, 12000}}, {{104000, 12000}}, {{104000, 12000}}});
+    const auto hover = [&](const QPointF& at) {
+        mouse(QEvent::MouseMove, at, Qt::NoButton, Qt::NoButton);
+        return listener.controls.empty() ? -1 : listener.controls.back();
+    };
+    EXPECT_EQ(hover({300, 20}), -1);
+    EXPECT_EQ(hover({95, 150}), 0);
+    EXPECT_EQ(hover({103.5, 150}), 2); // the last of equals
+    EXPECT_EQ(hover({111, 150}), -1);
+    const std::size_t posts = listener.controls.size();
+    (void)hover({112, 150});
+    EXPECT_EQ(listener.controls.size(), posts); // only changes are told
+}
+
+TEST_F(Tools, StylusTellsThePressureWhileItIsNear)
+{
+    postEvent(nullptr, EventId::ToolPluginActivate, ToolActivation{}, nullptr);
+    qApp->setProperty("tabletproximity", true);
+    const auto stylus = [&](QEvent::Type type, double pressure, Qt::MouseButtons buttons) {
+        QTabletEvent event(type, QPointF(100, 150), channel->mapToGlobal(QPoint(100, 150)),
+                           QTabletEvent::Stylus, QTabletEvent::Pen, pressure, 0, 0, 0, 0, 0, Qt::NoModifier,
+                           1, Qt::LeftButton, buttons);
+        QApplication::sendEvent(channel, &event);
+    };
+    stylus(QEvent::TabletPress, 0.25, Qt::LeftButton);
+    ASSERT_FALSE(listener.mice.empty());
+    EXPECT_FLOAT_EQ(listener.mice.back().pressure, 0.25f);
+    EXPECT_FLOAT_EQ(float(listener.mice.back().pressPosition.x), 100000);
+    stylus(QEvent::TabletMove, 0.75, Qt::LeftButton);
+    EXPECT_FLOAT_EQ(listener.mice.back().pressure, 0.75f);
+    stylus(QEvent::TabletRelease, 0, Qt::NoButton);
+    EXPECT_FLOAT_EQ(listener.mice.back().pressure, -1);
+}
+
+TEST_F(Tools, BlockedViewIgnoresTools)
+{
+    for (const EventId tool : {EventId::ToolPanActivate, EventId::ToolZoomActivate,
+                               EventId::ToolPlaybackActivate, EventId::ToolDisplaceActivate}) {
+        choose(tool);
+        channel->setBlocked(true);
+        listener.areas.clear();
+        drag(Qt::LeftButton, {100, 100}, {200, 200});
+        EXPECT_TRUE(listener.areas.empty());
+        channel->setBlocked(false);
+    }
+    EXPECT_EQ(toggles, 0);
+    EXPECT_TRUE(listener.positions.empty());
 }
 
 } // namespace

@@ -1,0 +1,191 @@
+// The tools of SpectralChannel: zoom, playback, and what the pointer finds.
+#include "display/properties.h"
+#include "display/spectralchannel.h"
+#include "display/viewgeometry.h"
+#include "model/layerroot.h"
+
+#include <QPainterPath>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double controlReach = 6;      // logical pixels
+constexpr double snapReach = 6;         // likewise
+constexpr double leastBand = 16;        // a smaller rubber band is a click
+constexpr double leastDrag = 2;         // a smaller drag is a click
+constexpr double leastScrub = 10;       // a smaller move does not scrub
+constexpr double pixelsPerOctave = 100; // of dragging
+constexpr double clickOctaves = 0.25;
+constexpr double snapTickDistance = 40; // logical pixels from tick to tick
+
+// The nearest of `values` within `reach` of `value`; itself when there is none.
+template<class Values>
+double nearest(const Values& values, double value, double reach)
+{
+    double best = value;
+    for (const double candidate : values)
+        if (std::abs(candidate - value) < reach) {
+            reach = std::abs(candidate - value);
+            best = candidate;
+        }
+    return best;
+}
+
+} // namespace
+
+void SpectralChannel::setPlaying(bool playing)
+{
+    m_playing = playing;
+    updateCursor(Qt::NoModifier);
+}
+
+void SpectralChannel::toolEvent(EventId id)
+{
+    m_tool = id;
+    m_drawing = {};
+    if (id == EventId::ToolZoomActivate)
+        m_zoomMode = std::clamp(propertyOr("zoommode", 0).toInt(), 0, 3);
+    updateCursor(Qt::NoModifier);
+    update();
+}
+
+void SpectralChannel::toolPluginEvent(EventId id, const ToolActivation&)
+{
+    toolEvent(id);
+}
+
+void SpectralChannel::cursorEvent(EventId, const QCursor& cursor)
+{
+    m_toolCursor = cursor;
+    updateCursor(Qt::NoModifier);
+}
+
+PointD SpectralChannel::snapped(const PointD& position) const
+{
+    if (!m_snap)
+        return position;
+    QVector<double> times = m_convert.timeMarks(m_viewArea, width(), snapTickDistance);
+    for (const Marker& marker : m_markers)
+        times << double(marker.position) << double(marker.position) + double(marker.length);
+    const double samplesPerPixel = m_viewArea.width / std::max(1, width());
+    // Frequencies are near each other where they are on the screen.
+    QVector<double> rows;
+    for (const double mark : m_convert.freqMarks(m_viewArea, height(), snapTickDistance))
+        rows << m_convert.toScale(mark);
+    const Area view = m_convert.areaToScale(m_viewArea);
+    const double perRow = view.height / std::max(1, height());
+    return {nearest(times, position.x, snapReach * samplesPerPixel),
+            m_convert.fromScale(nearest(rows, m_convert.toScale(position.y), snapReach * perRow))};
+}
+
+// The last one among equals.
+void SpectralChannel::hoverControls(const QPointF& pixel)
+{
+    const double ratio = devicePixelRatioF();
+    int32_t found = -1;
+    double reach = controlReach;
+    if (isAddressed())
+        for (int i = 0; i < m_controls.size(); ++i) {
+            const QPointF at = toFrame(m_controls[i].position) / ratio - pixel;
+            if (const double distance = std::hypot(at.x(), at.y()); distance <= reach) {
+                reach = distance;
+                found = i;
+            }
+        }
+    if (found == m_controlId)
+        return;
+    m_controlId = found;
+    update();
+    postEvent(this, EventId::MouseControlIdChange, m_controlId, this);
+}
+
+// --- zoom -------------------------------------------------------------------------------------------
+
+void SpectralChannel::beginZoom(const QPointF& pixel)
+{
+    m_pressPixel = pixel;
+    m_pressArea = m_viewArea;
+}
+
+void SpectralChannel::dragZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers)
+{
+    if (!hasValidFormat() || !viewgeometry::isVisible(m_pressArea))
+        return;
+    if (m_zoomMode == 0) {
+        const PointD from = documentPosition(m_pressPixel), to = documentPosition(pixel);
+        m_drawing.path = QPainterPath();
+        m_drawing.path.addRect(QRectF(QPointF(from.x, from.y), QPointF(to.x, to.y)));
+        return update();
+    }
+    if (m_zoomMode < 2)
+        return;
+    QPointF moved = pixel - m_pressPixel;
+    if (modifiers & Qt::ShiftModifier)
+        (std::abs(moved.x()) < std::abs(moved.y()) ? moved.rx() : moved.ry()) = 0;
+    const PointD fixed{m_pressPixel.x() / width(), 1 - m_pressPixel.y() / height()};
+    navigate(viewgeometry::zoomed(m_convert, m_pressArea, std::exp2(-moved.x() / pixelsPerOctave),
+                                  std::exp2(moved.y() / pixelsPerOctave), fixed));
+}
+
+void SpectralChannel::endZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers)
+{
+    m_drawing = {};
+    update();
+    if (!hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+        return;
+    const QPointF moved(std::abs(pixel.x() - m_pressPixel.x()), std::abs(pixel.y() - m_pressPixel.y()));
+    if (m_zoomMode == 0 && moved.x() > leastBand && moved.y() > leastBand) {
+        const PointD a = snapped(documentPosition(m_pressPixel)), b = snapped(documentPosition(pixel));
+        return navigate({std::min(a.x, b.x), std::min(a.y, b.y), std::abs(b.x - a.x), std::abs(b.y - a.y)});
+    }
+    if (m_zoomMode >= 2 && (moved.x() >= leastDrag || moved.y() >= leastDrag))
+        return;
+    const double factor = std::exp2(m_zoomMode == 1 || m_zoomMode == 3 ? clickOctaves : -clickOctaves);
+    const bool oneAxis = modifiers & Qt::ShiftModifier;
+    const bool across = moved.x() >= moved.y();
+    zoomBy(oneAxis && !across ? 1 : factor, oneAxis && across ? 1 : factor, pixel);
+}
+
+void SpectralChannel::zoomBy(double horizontal, double vertical, const QPointF& pixel)
+{
+    const PointD fixed{pixel.x() / width(), 1 - pixel.y() / height()};
+    navigate(viewgeometry::zoomed(m_convert, m_viewArea, horizontal, vertical, fixed));
+}
+
+// --- playback ---------------------------------------------------------------------------------------
+
+void SpectralChannel::setPosition(double time)
+{
+    const Range range = m_root ? m_root->project()->range() : Range();
+    m_position = int64_t(std::llround(std::clamp(time, double(range.start), double(range.end()))));
+    update();
+    postEvent(this, EventId::TransportPositionChange, m_position, this);
+}
+
+void SpectralChannel::beginPlaying(const QPointF& pixel)
+{
+    if (!hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+        return;
+    m_pressPixel = pixel;
+    m_scrubbing = false;
+    m_playHeld = true;
+    setPosition(snapped(documentPosition(pixel)).x);
+    Q_EMIT playOrStopToggled();
+}
+
+void SpectralChannel::scrub(const QPointF& pixel)
+{
+    m_scrubbing = m_scrubbing || std::abs(pixel.x() - m_pressPixel.x()) > leastScrub;
+    if (m_playHeld && m_scrubbing && propertyOr("playbackscrubbing", true).toBool() && hasValidFormat() &&
+        viewgeometry::isVisible(m_viewArea))
+        setPosition(documentPosition(pixel).x);
+}
+
+void SpectralChannel::endPlaying()
+{
+    if (m_playHeld && propertyOr("playbackhold", true).toBool())
+        Q_EMIT playOrStopToggled();
+    m_playHeld = false;
+}
