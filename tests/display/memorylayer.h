@@ -25,6 +25,7 @@ public:
     int64_t start = 0;
     double offset = 0;
     mutable std::atomic<int64_t> reads{0};
+    mutable std::atomic<int64_t> samplesRead{0};
     // Called by every read, on the reading thread.
     std::function<void()> onRead;
 
@@ -39,6 +40,7 @@ public:
     void read(float* out, Range asked, int32_t channel, bool overwrite, bool, float gain) const override
     {
         ++reads;
+        samplesRead += asked.length;
         if (onRead)
             onRead();
         const int64_t type = m_format.sampleType;

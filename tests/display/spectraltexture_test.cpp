@@ -1,5 +1,6 @@
 #include "display/spectraltexture.h"
 
+#include "display/gate.h"
 #include "display/memorylayer.h"
 #include "model/documentlock.h"
 #include "model/layer.h"
@@ -53,35 +54,6 @@ std::vector<float> noise(std::size_t count)
         s = sample(random);
     return samples;
 }
-
-// Holds readers up until it is opened.
-class Gate
-{
-public:
-    void pass()
-    {
-        std::unique_lock lock(m_mutex);
-        ++m_waiting;
-        m_opened.wait(lock, [this] { return m_open; });
-    }
-    void open()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_open = true;
-        m_opened.notify_all();
-    }
-    [[nodiscard]] bool hasCaught()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_waiting > 0;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_opened;
-    bool m_open = false;
-    int m_waiting = 0;
-};
 
 class Texture : public testing::Test
 {
