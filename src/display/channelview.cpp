@@ -203,6 +203,16 @@ std::size_t ChannelView::gradient() const
 
 // --- passes -----------------------------------------------------------------------------------------
 
+void ChannelView::clearFrame()
+{
+    // At a fractional scale the widget cuts what it gives its buffer rounded: without this the last row or
+    // column would stay black, and everything would be a little too small.
+    glViewport(0, 0, frameSize().width(), frameSize().height());
+    setNormalBlending();
+    glClearColor(0, 0, 0, 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
 void ChannelView::setNormalBlending()
 {
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);

@@ -60,6 +60,8 @@ protected:
     // Id of the colour map that layers are drawn with.
     [[nodiscard]] std::size_t gradient() const;
 
+    // Black, over all of the frame buffer, with normal blending from there on.
+    void clearFrame();
     // By the property selectionblendingmode.
     void setSelectionBlending();
     void setNormalBlending();

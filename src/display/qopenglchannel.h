@@ -48,6 +48,17 @@ protected:
     // Called directly when the context goes away, while it is still there.
     virtual void contextAboutToBeDestroyed();
 
+    // Calls `work`, which lets go of OpenGL objects, with the context current if there is one.
+    template<class Work>
+    void withContext(const Work& work)
+    {
+        const bool valid = isValid();
+        if (valid)
+            makeCurrent();
+        work();
+        if (valid)
+            doneCurrent();
+    }
     // Reads one error. False and silent without one; otherwise a warning in the log, and true.
     bool glCheck(const QString& where);
     // The prologue of the context's dialect and the file's bytes. A missing file gives the bare

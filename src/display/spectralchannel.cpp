@@ -83,6 +83,7 @@ void SpectralChannel::freqScaleEvent(EventId, const int32_t& scale)
 
 void SpectralChannel::layerEvent(EventId id, const ILayerPtr& layer)
 {
+    followTree(); // undo changes the tree and tells no more than that
     // The only way in which unchanged parameters make a thread read its samples again. A picture that
     // is not shown is made afresh anyway.
     if (id == EventId::LayerContentUpdate || id == EventId::LayerPropertiesChange)
@@ -93,17 +94,20 @@ void SpectralChannel::layerEvent(EventId id, const ILayerPtr& layer)
 void SpectralChannel::layerRootEvent(EventId id, const LayerRoot& root)
 {
     ChannelView::layerRootEvent(id, root);
-    Textures::Map gone = m_textures.follow(root, [this](const ILayerPtr& layer) {
+    followTree();
+}
+
+void SpectralChannel::followTree()
+{
+    if (!m_root)
+        return;
+    Textures::Map gone = m_textures.follow(*m_root, [this](const ILayerPtr& layer) {
         auto texture = std::make_unique<SpectralTexture>(layer, m_channel, m_transform);
         connect(texture.get(), &SpectralTexture::textureAvailable, this, [this] { update(); });
         return texture;
     });
-    // In the context of their OpenGL textures.
-    if (isValid())
-        makeCurrent();
-    gone.clear();
-    if (isValid())
-        doneCurrent();
+    if (!gone.empty())
+        withContext([&gone] { gone.clear(); });
 }
 
 void SpectralChannel::displayValueEvent(EventId id, const float& value)

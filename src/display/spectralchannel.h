@@ -77,6 +77,7 @@ private:
 
     void readProperties();
 
+    void followTree();
     static void upload(Textures::Record& record);
     void requestPicture(SpectralTexture& texture, bool updateContent);
     void spectrogramPass();

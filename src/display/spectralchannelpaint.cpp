@@ -56,9 +56,7 @@ void SpectralChannel::paintGL()
         m_textures.update(
             *m_root, m_viewArea.range(), [this](SpectralTexture& texture) { requestPicture(texture, false); },
             &SpectralChannel::upload);
-    setNormalBlending();
-    glClearColor(0, 0, 0, 1);
-    glClear(GL_COLOR_BUFFER_BIT);
+    clearFrame();
     if (visible && hasValidFormat()) {
         // Layers add up.
         glBlendFunc(GL_ONE, GL_ONE);

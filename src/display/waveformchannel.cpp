@@ -50,9 +50,11 @@ bool WaveformChannel::showsSamples() const
 
 void WaveformChannel::layerEvent(EventId id, const ILayerPtr& layer)
 {
-    // The only way in which unchanged parameters make a thread read its samples again. A picture that
-    // is not shown is made afresh anyway.
-    if (id == EventId::LayerContentUpdate)
+    followTree(); // undo changes the tree and tells no more than that
+    // The only way in which unchanged parameters make a thread read its samples again. Polarity and gain
+    // come with the drawing; a region may show another stretch of its source.
+    const bool moved = id == EventId::LayerPropertiesChange && (!layer || layer->type() == LayerTypeRegion);
+    if (id == EventId::LayerContentUpdate || moved)
         m_textures.forEachShown(layer, [this](WaveformTexture& texture) {
             texture.requestTex(viewRange(), frameSize().width(), m_convert.filtering, true);
         });
@@ -62,7 +64,14 @@ void WaveformChannel::layerEvent(EventId id, const ILayerPtr& layer)
 void WaveformChannel::layerRootEvent(EventId id, const LayerRoot& root)
 {
     ChannelView::layerRootEvent(id, root);
-    Textures::Map gone = m_textures.follow(root, [this](const ILayerPtr& layer) {
+    followTree();
+}
+
+void WaveformChannel::followTree()
+{
+    if (!m_root)
+        return;
+    Textures::Map gone = m_textures.follow(*m_root, [this](const ILayerPtr& layer) {
         auto texture = std::make_unique<WaveformTexture>(layer, m_channel);
         connect(texture.get(), &WaveformTexture::textureAvailable, this, [this] { update(); });
         return texture;
@@ -72,12 +81,8 @@ void WaveformChannel::layerRootEvent(EventId id, const LayerRoot& root)
         m_drag = Drag::None;
         releaseKeyboard();
     }
-    // In the context of their OpenGL textures.
-    if (isValid())
-        makeCurrent();
-    gone.clear();
-    if (isValid())
-        doneCurrent();
+    if (!gone.empty())
+        withContext([&gone] { gone.clear(); });
 }
 
 void WaveformChannel::displayEnableEvent(EventId id, const bool& enabled)

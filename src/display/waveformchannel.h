@@ -88,6 +88,7 @@ private:
     [[nodiscard]] double amplitudeAt(double y) const;
     [[nodiscard]] double timeAt(double x) const;
 
+    void followTree();
     static void upload(Textures::Record& record);
     void waveformPass();
     void drawLayer(const ILayer& layer, const Textures::Record& record, QOpenGLShaderProgram& program);

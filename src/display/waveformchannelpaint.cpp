@@ -54,9 +54,7 @@ void WaveformChannel::paintGL()
                 texture.requestTex(viewRange(), frameSize().width(), m_convert.filtering);
             },
             &WaveformChannel::upload);
-    setNormalBlending();
-    glClearColor(0, 0, 0, 1);
-    glClear(GL_COLOR_BUFFER_BIT);
+    clearFrame();
     if (visible) {
         // Layers add up, and the grid to them.
         glBlendFunc(GL_ONE, GL_ONE);
