@@ -24,6 +24,8 @@ public:
     std::vector<float> samples;
     int64_t start = 0;
     double offset = 0;
+    int32_t sign = 1; // polarity
+    float factor = 1; // multiplier
     mutable std::atomic<int64_t> reads{0};
     mutable std::atomic<int64_t> samplesRead{0};
     // Called by every read, on the reading thread.
@@ -65,10 +67,10 @@ public:
     void setEnabled(bool) override {}
     [[nodiscard]] bool solo() const override { return false; }
     void setSolo(bool) override {}
-    [[nodiscard]] int32_t polarity() const override { return 1; }
-    void setPolarity(int32_t) override {}
-    [[nodiscard]] float multiplier() const override { return 1; }
-    void setMultiplier(float) override {}
+    [[nodiscard]] int32_t polarity() const override { return sign; }
+    void setPolarity(int32_t polarity) override { sign = polarity; }
+    [[nodiscard]] float multiplier() const override { return factor; }
+    void setMultiplier(float multiplier) override { factor = multiplier; }
     [[nodiscard]] uint32_t color() const override { return 0xffffffff; }
     void setColor(uint32_t) override {}
     [[nodiscard]] int64_t propertiesTime() const override { return 0; }
@@ -127,4 +129,29 @@ public:
 
 private:
     SamplingFormat m_format;
+};
+
+// A layer of any length without memory: sample i is 1 where i is a multiple of `spacing`, else -0.5.
+class EndlessLayer : public MemoryLayer
+{
+public:
+    EndlessLayer(const SamplingFormat& format, int64_t length, int64_t spacing)
+        : MemoryLayer(format),
+          m_length(length),
+          m_spacing(spacing)
+    {
+    }
+    [[nodiscard]] Range range(bool) const override { return {0, m_length}; }
+    [[nodiscard]] bool isEmpty() const override { return false; }
+    void read(float* out, Range asked, int32_t, bool, bool, float) const override
+    {
+        ++reads;
+        samplesRead += asked.length;
+        for (int64_t i = 0; i < asked.length; ++i)
+            out[i] = (asked.start + i) % m_spacing == 0 ? 1.0f : -0.5f;
+    }
+
+private:
+    int64_t m_length;
+    int64_t m_spacing;
 };

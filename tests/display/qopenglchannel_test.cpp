@@ -1,5 +1,6 @@
 #include "display/qopenglchannel.h"
 
+#include "display/freshprocess.h"
 #include "display/glenvironment.h"
 #include "display/scales/colormaps.h"
 #include "support/testsupport.h"
@@ -7,7 +8,6 @@
 #include <QMainWindow>
 #include <QMatrix4x4>
 #include <QOpenGLContext>
-#include <QProcess>
 #include <QVector4D>
 
 #include <cmath>
@@ -436,25 +436,6 @@ TEST(Driver, DISABLED_eightViewsInAFreshProcess)
     qInstallMessageHandler(previousHandler);
     EXPECT_EQ(driverLines, 2);
 }
-
-namespace {
-
-int runInFreshProcess(const char* filter, const QStringList& environment = {})
-{
-    QProcess process;
-    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-    for (const QString& entry : environment)
-        variables.insert(entry.section(QLatin1Char('='), 0, 0), entry.section(QLatin1Char('='), 1));
-    process.setProcessEnvironment(variables);
-    process.setProcessChannelMode(QProcess::ForwardedChannels);
-    process.start(QCoreApplication::applicationFilePath(),
-                  {QStringLiteral("--gtest_also_run_disabled_tests"),
-                   QStringLiteral("--gtest_filter=") + QLatin1String(filter)});
-    process.waitForFinished(60000);
-    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-}
-
-} // namespace
 
 TEST(Driver, isLoggedOncePerProcessEvenWithEightViews)
 {

@@ -41,26 +41,6 @@ WaveformRequest requestFor(double start, double length, int width, Filtering fil
     return request;
 }
 
-// A layer of any length without memory: sample i is 1 where i is a multiple of `spacing`, else -0.5.
-class EndlessLayer : public MemoryLayer
-{
-public:
-    EndlessLayer(int64_t length, int64_t spacing) : MemoryLayer(mono), m_length(length), m_spacing(spacing) {}
-    [[nodiscard]] Range range(bool) const override { return {0, m_length}; }
-    [[nodiscard]] bool isEmpty() const override { return false; }
-    void read(float* out, Range asked, int32_t, bool, bool, float) const override
-    {
-        ++reads;
-        samplesRead += asked.length;
-        for (int64_t i = 0; i < asked.length; ++i)
-            out[i] = (asked.start + i) % m_spacing == 0 ? 1.0f : -0.5f;
-    }
-
-private:
-    int64_t m_length;
-    int64_t m_spacing;
-};
-
 class Envelope : public testing::Test
 {
 protected:
@@ -165,7 +145,7 @@ TEST_F(Envelope, columnsStandOnTheirSamplesTime)
 TEST_F(Envelope, aColumnLooksAtNoMoreThan32768SamplesHoweverFarOut)
 {
     const int64_t tenHours = int64_t(36'000) * 48'000;
-    auto endless = std::make_shared<EndlessLayer>(tenHours, 20'000);
+    auto endless = std::make_shared<EndlessLayer>(mono, tenHours, 20'000);
     use(endless);
     const WaveformTextureDataPtr block = render(requestFor(0, double(tenHours), 400));
     EXPECT_LE(endless->samplesRead, (block->columnCount + 4) * 32768);
