@@ -26,7 +26,7 @@ class WaveformChannel : public ChannelView
 
 public:
     // Logical pixels from one sample to the next at which single samples show and can be edited.
-    static constexpr double samplePitch = 5;
+    static constexpr double samplePitch = 6;
 
     explicit WaveformChannel(int channel, QWidget* parent = nullptr);
     ~WaveformChannel() override;

@@ -12,7 +12,8 @@ namespace {
 
 // Logical pixels.
 constexpr double gridDistance = 20; // between level lines, at the least
-constexpr double dotSize = 6;
+constexpr double smallestDot = 4;   // with room between neighbours where they lie closest
+constexpr double largestDot = 7;
 constexpr double controlSize = 10;
 constexpr double modeBarWidth = 3;
 // By how much the centre of a pixel is told lower, in pixels: a line that lies just between two of them, or
@@ -168,9 +169,10 @@ void WaveformChannel::samplesPass()
     if (!showsSamples())
         return;
     const ILayerPtr active = m_root->layer(-1);
+    const double size = std::clamp(0.6 * width() / m_viewArea.width, smallestDot, largestDot);
     for (const auto& [layer, record] : m_textures)
         if (record.glTexture)
-            drawDiscs(dots(*layer, record), dotSize * devicePixelRatioF(),
+            drawDiscs(dots(*layer, record), size * devicePixelRatioF(),
                       layer == active ? colorOf("colorcontrols", "#dcdcdc") : layerColor(*layer));
 }
 
