@@ -146,7 +146,8 @@ ProjectReadResult ProjectReader::giveUp()
             QCoreApplication::translate("ProjectTabs", "Error Reading File"),
             QCoreApplication::translate("ProjectTabs", "The samples of the file could not be stored."),
             m_noRoom);
-    m_tree->finish(); // the layers die with the project
+    if (m_tree)
+        m_tree->finish(); // the layers die with the project
     return result;
 }
 

@@ -231,6 +231,28 @@ TEST_F(ProjectTargets, ACancelledReadLeavesNoFile)
     }
 }
 
+TEST_F(ProjectTargets, AReadMayBeCancelledAtAnyMoment)
+{
+    const QString binary = file(QStringLiteral("p.mvp"));
+    const QString xml = file(QStringLiteral("p.mvx"));
+    ASSERT_TRUE(writeProjectBinary(*m_project, binary, {}).done);
+    saveXml(*m_project, xml);
+    const QStringList before = modeltest::sessionFiles();
+    for (const bool isBinary : {true, false}) {
+        int moments = 0;
+        for (bool cancelled = true; cancelled; ++moments) {
+            int calls = 0;
+            const Progress progress = [&](int, int) { return calls++ < moments; };
+            const ProjectReadResult read = isBinary ? readProjectBinary(binary, progress)
+                                                    : readProjectXml(xml, SampleFiles::Copy, progress);
+            cancelled = read.cancelled;
+            EXPECT_EQ(read.project == nullptr, cancelled);
+            EXPECT_TRUE(!cancelled || modeltest::sessionFiles() == before);
+        }
+        EXPECT_GT(moments, 8);
+    }
+}
+
 // Whoever gives up a recovery must find the samples again.
 TEST_F(ProjectTargets, ACancelledRecoveryLeavesTheSessionFiles)
 {
