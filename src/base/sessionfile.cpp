@@ -305,6 +305,21 @@ bool SessionFile::resize(int64_t bytes)
     return bytes < d->size ? d->shrink(bytes) : d->grow(bytes);
 }
 
+bool SessionFile::write(int64_t offset, const char* bytes, int64_t count)
+{
+    while (count > 0) {
+        const ssize_t done = pwrite(d->file, bytes, static_cast<size_t>(count), offset);
+        if (done < 0 && errno == EINTR)
+            continue;
+        if (done < 1)
+            return d->fail(platform::lastSystemError());
+        bytes += done;
+        offset += done;
+        count -= done;
+    }
+    return true;
+}
+
 QString SessionFile::path() const
 {
     return QDir::toNativeSeparators(d->folder + QLatin1Char('/') + d->name);

@@ -73,6 +73,11 @@ public:
     // and contents are as before and data() is still valid, though perhaps at a new address.
     [[nodiscard]] bool resize(int64_t bytes);
 
+    // Fills `bytes` of the file from `offset` on, which must lie inside. The same as a copy to data(), but
+    // the system does not have to map each page first. False, with a part written perhaps, when the disk
+    // fails.
+    [[nodiscard]] bool write(int64_t offset, const char* bytes, int64_t count);
+
     [[nodiscard]] QString path() const;
     [[nodiscard]] int64_t size() const;
     // Page aligned. Null only when size() is 0.

@@ -340,7 +340,12 @@ bool SampleStore::append(const float* interleaved, int64_t frames)
             return false;
         }
     }
-    std::memcpy(frame(m_length), interleaved, std::size_t(frames * frameBytes));
+    // Not through the mapping: each page would be read, or filled with zeros, before it is overwritten.
+    if (!m_file->write(m_length * frameBytes, reinterpret_cast<const char*>(interleaved),
+                       frames * frameBytes)) {
+        finishAppend();
+        return false;
+    }
     const WriteLocker locker(m_map);
     m_length = needed;
     return true;
