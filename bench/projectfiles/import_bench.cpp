@@ -5,6 +5,7 @@
 // folder below `folder`, and imports each in turn with `ffmpeg -i FILE -f f32le`, so that both see the
 // same state of the machine. Prints the median of the ratios of each pair, and by how much anonymous
 // memory grew at most during our imports.
+#include "../anonymousmemory.h"
 #include "plugins/ifileplugin.h"
 #include "projectfiles/fileimport.h"
 #include "projectfiles/hostservices.h"
@@ -33,18 +34,6 @@ using Clock = std::chrono::steady_clock;
 double since(Clock::time_point start)
 {
     return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-// MiB of anonymous memory of this process.
-double anonymousMemory()
-{
-    QFile file(QStringLiteral("/proc/self/status"));
-    if (!file.open(QFile::ReadOnly))
-        return 0;
-    for (const QByteArray& line : file.readAll().split('\n'))
-        if (line.startsWith("RssAnon:"))
-            return line.mid(8).simplified().split(' ').value(0).toDouble() / 1024;
-    return 0;
 }
 
 void ffmpeg(const QStringList& arguments)
