@@ -207,14 +207,17 @@ QString tooLong()
 SaveResult writeWithCopies(const Project& project, const QString& path, const Progress& progress)
 {
     SaveResult result;
-    SafeFile target(path); // only to learn whether it can be written
     const auto fail = [&result](const QString& words) {
         result.words = words;
         return result;
     };
-    if (!target.open())
-        return fail(target.errorString());
-    const QString file = target.path();
+    QString file;
+    { // only to learn whether it can be written
+        SafeFile target(path);
+        if (!target.open())
+            return fail(target.errorString());
+        file = target.path();
+    }
     const QList<SavedLayer> layers = savedLayers(project);
     Sidecars sidecars(file);
     int64_t total = 0;
