@@ -1,5 +1,6 @@
 #include "ui/historypanel.h"
 
+#include "ui/panelbuttons.h"
 #include "ui/widgets/messages.h"
 
 #include <QColor>
@@ -58,13 +59,7 @@ HistoryPanel::HistoryPanel(QWidget* parent)
 
 QToolButton* HistoryPanel::addButton(const char* icon, const QString& name)
 {
-    auto* button = new QToolButton(m_buttons);
-    button->setObjectName(QStringLiteral("compacticon"));
-    button->setIcon(QIcon(QStringLiteral(":/icons/%1.png").arg(QLatin1String(icon))));
-    button->setToolTip(name);
-    button->setAccessibleName(name);
-    button->setAutoRaise(true);
-    button->setFocusPolicy(Qt::StrongFocus);
+    QToolButton* button = makeIconButton(m_buttons, icon, name);
     m_buttons->layout()->addWidget(button);
     return button;
 }

@@ -8,6 +8,7 @@
 #include "projectfiles/recovery.h"
 #include "ui/aboutdialog.h"
 #include "ui/actiontable.h"
+#include "ui/channelspanel.h"
 #include "ui/displaypanel.h"
 #include "ui/historypanel.h"
 #include "ui/logdialog.h"
@@ -85,6 +86,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     connect(m_tabs, &ProjectTabs::currentProjectChanged, this, &MainWindow::showTabState);
     connect(m_tabs, &ProjectTabs::recentFileUpdated, m_recent, &RecentFiles::add);
     connect(m_tabs, &ProjectTabs::becameIdle, this, &MainWindow::sessionImport, Qt::QueuedConnection);
+    connect(m_channelsPanel, &ChannelsPanel::formatRequested, m_tabs, [this] { m_tabs->changeFormat(); });
     connect(m_historyPanel, &HistoryPanel::duplicateProjectRequested, m_tabs,
             [this] { m_tabs->duplicateProject(); });
     connect(m_recent, &RecentFiles::chosen, m_tabs, [this](const QString& path) { m_tabs->parse(path); });
@@ -151,6 +153,7 @@ void MainWindow::buildPanels()
     setDockOptions(QMainWindow::AnimatedDocks);
     m_displayPanel = new DisplayPanel;
     m_historyPanel = new HistoryPanel;
+    m_channelsPanel = new ChannelsPanel;
     const auto add = [this](QWidget* panel, const QString& name, const QString& title, const char* icon,
                             const char* unroll) {
         auto* dock = new QDockWidgetExt(title, QIcon(QString::fromLatin1(icon)), panel, this);
@@ -163,6 +166,8 @@ void MainWindow::buildPanels()
         "unrolldisplaypanel");
     add(m_historyPanel, QStringLiteral("HistoryPanel"), tr("History"), ":/icons/history.png",
         "unrollhistorypanel");
+    add(m_channelsPanel, QStringLiteral("ChannelsPanel"), tr("Channels"), ":/icons/channels.png",
+        "unrollchannelspanel");
 }
 
 void MainWindow::showTabState()

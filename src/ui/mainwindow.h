@@ -11,6 +11,7 @@
 
 class ActionTable;
 class ChannelsDisplay;
+class ChannelsPanel;
 class DisplayPanel;
 class HistoryPanel;
 class IFilePlugin;
@@ -41,6 +42,7 @@ public:
     [[nodiscard]] ActionTable& actionTable() { return *m_actions; }
     [[nodiscard]] DisplayPanel& displayPanel() { return *m_displayPanel; }
     [[nodiscard]] HistoryPanel& historyPanel() { return *m_historyPanel; }
+    [[nodiscard]] ChannelsPanel& channelsPanel() { return *m_channelsPanel; }
     // The dock panels, in the order of the menu.
     [[nodiscard]] const QList<QDockWidgetExt*>& panels() const { return m_panels; }
     [[nodiscard]] QList<IFilePlugin*> filePlugins() const;
@@ -100,5 +102,6 @@ private:
     // Each in one of m_panels.
     DisplayPanel* m_displayPanel = nullptr;
     HistoryPanel* m_historyPanel = nullptr;
+    ChannelsPanel* m_channelsPanel = nullptr;
     QList<QDockWidgetExt*> m_panels;
 };
