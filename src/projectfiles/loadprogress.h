@@ -13,7 +13,8 @@
 class LoadProgress
 {
 public:
-    static constexpr int patience = 250; // ms
+    // Milliseconds. Tests that want the box at once set it to 0.
+    inline static int patience = 250;
 
     LoadProgress(QWidget* window, QString text) : m_window(window), m_text(std::move(text))
     {

@@ -1,4 +1,5 @@
 // Changes of format and copies, through real dialogs.
+#include "ui/historypanel.h"
 #include "ui/projectflowstest.h"
 
 #include <QLabel>
@@ -64,6 +65,32 @@ TEST_F(ProjectFlows, ChangeFormatResamplesEveryLayerAndStartsTheHistoryAnew)
     layers[1]->read(samples.data(), {6000, 400}, -1, true);
     for (int i = 0; i < 400; ++i)
         ASSERT_NEAR(samples[std::size_t(i)], 0.1 * std::sin(2 * M_PI * 1000 * (6000 + i) / 32000), 1e-4) << i;
+}
+
+TEST_F(ProjectFlows, AChangeOfFormatLeavesNothingToUndo)
+{
+    const History& history = m_window->historyPanel().history();
+    const ProjectPtr project = openTone("tone.wav", 1);
+    edit();
+    ASSERT_EQ(history.states().size(), 2);
+    DialogScript script;
+    reformat(script, [](QDialog& dialog) { setRate(dialog, 32000); });
+    script.box("Format Change", sureQuestion, QMessageBox::Yes);
+    ASSERT_TRUE(tabs().changeFormat());
+    ASSERT_EQ(history.states().size(), 1);
+    EXPECT_EQ(history.states()[0].name, QStringLiteral("Format Change"));
+    EXPECT_FALSE(history.canUndo());
+    // And edits of the new samples can be undone.
+    const std::vector<float> before = samplesOf(*project);
+    edit(0.75f);
+    postEvent(nullptr, EventId::LayerContentUpdate, project->activeLayer(), nullptr);
+    HistoryEntry entry;
+    entry.name = QStringLiteral("Edit 2");
+    postEvent(nullptr, EventId::HistoryRecord, entry, nullptr);
+    EXPECT_NE(samplesOf(*project), before);
+    while (history.canUndo())
+        action("editundo").trigger();
+    EXPECT_EQ(samplesOf(*project), before);
 }
 
 TEST_F(ProjectFlows, ReinterpretKeepsTheSamplesAndRenamesTheRate)
@@ -259,6 +286,7 @@ TEST_F(ProjectFlows, DuplicateToANewProjectHasTheSameFormat)
 
 TEST_F(ProjectFlows, DuplicateToAnOpenProjectConvertsTheLayer)
 {
+    const History& history = m_window->historyPanel().history();
     const ProjectPtr target = openTone("target.wav", 0.5, 2, 8000);
     openTone("source.wav", 0.5);
     DialogScript script;
@@ -274,6 +302,36 @@ TEST_F(ProjectFlows, DuplicateToAnOpenProjectConvertsTheLayer)
     EXPECT_EQ(layers[0]->range(), (Range{0, 4000}));
     EXPECT_EQ(target->activeLayer(), layers[0]);
     EXPECT_EQ(title(0), QStringLiteral("target.wav *"));
+    ASSERT_EQ(history.states().size(), 2);
+    action("editundo").trigger();
+    EXPECT_EQ(target->layers()->children(ChildrenDirect).size(), 1);
+}
+
+TEST_F(ProjectFlows, CopiesWithoutRoomSaySoAndLeaveNothing)
+{
+    const ProjectPtr project = openTone("tone.wav", 5);
+    const QStringList files = sessionFiles();
+    rlimit old{};
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    rlimit small = old;
+    small.rlim_cur = 100000;
+    ::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    {
+        DialogScript script;
+        script
+            .box("Duplicate Project", QStringLiteral("The project could not be duplicated."), QMessageBox::Ok,
+                 m_session)
+            .on("Duplicate To...", pick({QStringLiteral("New Project"), QStringLiteral("tone.wav")}, 0))
+            .box("Duplicate To...", QStringLiteral("The layer could not be duplicated."), QMessageBox::Ok,
+                 m_session);
+        EXPECT_FALSE(tabs().duplicateProject());
+        EXPECT_FALSE(tabs().duplicateTo());
+    }
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    EXPECT_EQ(tabs().count(), 1);
+    EXPECT_FALSE(project->modified);
+    EXPECT_TRUE(testsupport::waitFor([&] { return sessionFiles() == files; }));
 }
 
 TEST_F(ProjectFlows, AnEmptyLayerIsNotDuplicatedToANewProject)

@@ -1,4 +1,5 @@
 // New, open, import and what the menus offer, through real dialogs.
+#include "ui/historypanel.h"
 #include "ui/projectflowstest.h"
 #include "ui/recentfiles.h"
 
@@ -187,6 +188,32 @@ TEST_F(ProjectFlows, SeveralFilesAreImportedInOrderAsOneStep)
                                   QStringLiteral("first")}));
     EXPECT_EQ(project->layers()->children(ChildrenDirect)[0]->range(), (Range{800, 8000}));
     EXPECT_EQ(title(0), QStringLiteral("first.wav *"));
+}
+
+TEST_F(ProjectFlows, OneUndoTakesAnImportOfSeveralFilesBack)
+{
+    const History& history = m_window->historyPanel().history();
+    const ProjectPtr project = openTone("first.wav");
+    m_several = QStringList{makeTone("b.wav", 0.5), makeTone("c.wav", 0.5)};
+    ASSERT_TRUE(tabs().importLayer());
+    ASSERT_EQ(history.states().size(), 2);
+    EXPECT_EQ(history.states()[1].name, QStringLiteral("Import"));
+    action("editundo").trigger();
+    ASSERT_EQ(project->layers()->children(ChildrenDirect).size(), 1);
+    EXPECT_EQ(project->layers()->children(ChildrenDirect)[0]->name(), QStringLiteral("first"));
+    action("editredo").trigger();
+    EXPECT_EQ(project->layers()->children(ChildrenDirect).size(), 3);
+}
+
+TEST_F(ProjectFlows, AProjectFileIsNotMergedButOpened)
+{
+    openTone("first.wav");
+    saveTo("first.mvp");
+    ASSERT_TRUE(tabs().close());
+    openTone("second.wav");
+    EXPECT_TRUE(tabs().parse(path("first.mvp"), 0, 1));
+    EXPECT_EQ(tabs().count(), 2);
+    EXPECT_EQ(title(1), QStringLiteral("first.mvp"));
 }
 
 TEST_F(ProjectFlows, AFileThatFailsDoesNotKeepTheOthersOut)

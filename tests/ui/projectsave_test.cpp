@@ -1,4 +1,5 @@
 // Save, close and export, through real dialogs.
+#include "projectfiles/loadprogress.h"
 #include "ui/projectflowstest.h"
 
 #include <QAction>
@@ -131,6 +132,65 @@ TEST_F(ProjectFlows, AFailedSaveAsKeepsThePathOfBefore)
         EXPECT_EQ(project->name, QStringLiteral("mine.mvp"));
         EXPECT_TRUE(project->modified);
     }
+}
+
+// Presses Cancel of the first progress dialog with these words.
+class CancelProgress
+{
+public:
+    explicit CancelProgress(const char* words)
+    {
+        QObject::connect(&m_timer, &QTimer::timeout, [this, words] {
+            for (QWidget* widget : QApplication::topLevelWidgets()) {
+                auto* box = qobject_cast<QProgressDialog*>(widget);
+                if (m_pressed || !box || !box->isVisible() || !box->windowHandle()->isExposed())
+                    continue;
+                EXPECT_EQ(box->labelText(), QLatin1String(words));
+                m_pressed = true;
+                box->findChild<QPushButton*>()->click();
+            }
+        });
+        m_timer.start(1);
+    }
+    [[nodiscard]] bool isPressed() const { return m_pressed; }
+
+private:
+    QTimer m_timer;
+    bool m_pressed = false;
+};
+
+TEST_F(ProjectFlows, ALongSaveAndALongOpenShowProgressAndCanBeCancelled)
+{
+    ProjectPtr project = openTone("tone.wav");
+    saveTo("mine.mvp");
+    const QByteArray before = bytesOf(path("mine.mvp"));
+    // The box comes at once, and 240 MB last long enough for it to look for events.
+    LoadProgress::patience = 0;
+    project->activeLayer()->setRange({0, 60'000'000});
+    ASSERT_EQ(project->layers()->range().length, 60'000'000);
+    project->modified = true;
+    DialogScript script; // no box after a cancel
+    {
+        const CancelProgress cancel("Saving...");
+        EXPECT_FALSE(tabs().save());
+        EXPECT_TRUE(cancel.isPressed());
+    }
+    EXPECT_TRUE(bytesOf(path("mine.mvp")) == before);
+    EXPECT_TRUE(project->modified);
+    EXPECT_EQ(QDir(m_folder).entryList(QDir::Files | QDir::Hidden).size(), 2);
+    ASSERT_TRUE(tabs().save());
+    project.reset();
+    ASSERT_TRUE(tabs().close());
+    ASSERT_TRUE(testsupport::waitFor([this] { return sessionFiles().isEmpty(); }));
+    {
+        const CancelProgress cancel("Opening...");
+        EXPECT_FALSE(tabs().parse(path("mine.mvp")));
+        EXPECT_TRUE(cancel.isPressed());
+    }
+    EXPECT_EQ(tabs().count(), 0);
+    EXPECT_TRUE(testsupport::waitFor([this] { return sessionFiles().isEmpty(); }))
+        << sessionFiles().join(QLatin1Char(' ')).toStdString();
+    LoadProgress::patience = 250;
 }
 
 TEST_F(ProjectFlows, ADamagedProjectOpensWithAWarningAndIsNeverSavedOverItsFile)
