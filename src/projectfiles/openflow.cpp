@@ -40,7 +40,7 @@ ProjectPtr OpenFlow::readProject(const QString& path, ProjectForm form)
     const ProjectReadResult result = read(path, form, m_host.window);
     if (!result.project) {
         if (!result.text.isEmpty())
-            messages::critical(m_host.window, result.title, result.text, file + result.cause);
+            messages::critical(m_host.window, result.title, result.text, result.cause);
         return nullptr;
     }
     Project& project = *result.project;

@@ -473,7 +473,9 @@ ProjectReadResult readProjectBinary(const QString& path, const Progress& progres
     QFile file(path);
     const bool isRegular = QFileInfo(path).isFile(); // opening a FIFO would wait for a writer
     if (!isRegular || !file.open(QFile::ReadOnly | QFile::Unbuffered))
-        return ProjectReader::unreadable(path, isRegular ? file.errorString() : QString());
+        return ProjectReader::named(
+            ProjectReader::unreadable(isRegular ? file.errorString() : tr("this is not a regular file")),
+            path);
     SessionLayers layers;
-    return readProjectBinary(file, layers, progress);
+    return ProjectReader::named(readProjectBinary(file, layers, progress), path);
 }

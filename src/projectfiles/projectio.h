@@ -27,6 +27,6 @@ struct ProjectReadResult
     ProjectPtr project; // null: refused or cancelled; nothing is left behind
     bool cancelled = false;
     QString title, text; // of the box that tells a refusal; both empty: nothing is to be shown
-    QString cause;       // its informative text; may be empty
+    QString cause;       // its informative text; from the readers by path, it begins with the file
     QStringList damage;  // what is missing, a line each, for a warning
 };

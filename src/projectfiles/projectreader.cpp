@@ -128,12 +128,20 @@ ProjectReadResult ProjectReader::refusal(const QString& title, const QString& te
     return result;
 }
 
-ProjectReadResult ProjectReader::unreadable(const QString& path, const QString& cause)
+ProjectReadResult ProjectReader::unreadable(const QString& cause)
 {
-    const QString words = cause.isEmpty() ? tr("this is not a regular file") : cause;
     return refusal(QCoreApplication::translate("ProjectTabs", "Error Reading File"),
                    QCoreApplication::translate("ProjectTabs", "The file you selected could not be read."),
-                   QDir::toNativeSeparators(path) + QLatin1String(": ") + words);
+                   cause);
+}
+
+ProjectReadResult ProjectReader::named(ProjectReadResult result, const QString& path)
+{
+    if (result.text.isEmpty())
+        return result;
+    const QString file = QDir::toNativeSeparators(path);
+    result.cause = result.cause.isEmpty() ? file : file + QLatin1String(": ") + result.cause;
+    return result;
 }
 
 ProjectReadResult ProjectReader::giveUp()

@@ -58,7 +58,9 @@ public:
     [[nodiscard]] static ProjectReadResult refusal(const QString& title, const QString& text,
                                                    const QString& cause = {});
     // The file cannot be opened.
-    [[nodiscard]] static ProjectReadResult unreadable(const QString& path, const QString& cause);
+    [[nodiscard]] static ProjectReadResult unreadable(const QString& cause);
+    // A refusal with the file named in its cause; anything else as it is.
+    [[nodiscard]] static ProjectReadResult named(ProjectReadResult result, const QString& path);
     // The project as far as it was read.
     [[nodiscard]] ProjectReadResult finish();
     // When the read had to end.

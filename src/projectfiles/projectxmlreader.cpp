@@ -9,7 +9,6 @@
 
 #include <QCoreApplication>
 #include <QDebug>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QXmlStreamReader>
@@ -221,13 +220,10 @@ ProjectReadResult readProjectXml(const QString& path, SampleFiles samples, const
     QFile file(target);
     const bool isRegular = QFileInfo(target).isFile(); // opening a FIFO would wait for a writer
     if (!isRegular || !file.open(QFile::ReadOnly))
-        return refused(QDir::toNativeSeparators(path) + QLatin1String(": ") +
-                       (isRegular
-                            ? file.errorString()
-                            : QCoreApplication::translate("ProjectReader", "this is not a regular file")));
+        return ProjectReader::named(
+            refused(isRegular ? file.errorString()
+                              : QCoreApplication::translate("ProjectReader", "this is not a regular file")),
+            path);
     SessionLayers layers(QFileInfo(target).absolutePath(), samples);
-    ProjectReadResult result = readProjectXml(file, layers, progress);
-    if (!result.project && !result.text.isEmpty())
-        result.cause.prepend(QDir::toNativeSeparators(path) + QLatin1String(": "));
-    return result;
+    return ProjectReader::named(readProjectXml(file, layers, progress), path);
 }
