@@ -3,6 +3,8 @@
 #include "model/types/channellabels.h"
 #include "projectfiles/wavchunks.h"
 
+#include "support/testsupport.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -91,7 +93,7 @@ bool runFfmpeg(const QStringList& arguments)
                   QStringList{QStringLiteral("-hide_banner"), QStringLiteral("-loglevel"),
                               QStringLiteral("error"), QStringLiteral("-nostdin"), QStringLiteral("-y")} +
                       arguments);
-    if (process.waitForFinished(60000) && process.exitCode() == 0)
+    if (process.waitForFinished(testsupport::patient(60000)) && process.exitCode() == 0)
         return true;
     std::cerr << qPrintable(arguments.join(QLatin1Char(' '))) << "\n" << process.readAll().toStdString();
     return false;

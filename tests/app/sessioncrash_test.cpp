@@ -112,7 +112,7 @@ TEST_F(SessionCrash, ofTwoStartsAtTheSameInstantOneRecoversEverything)
                        {QStringLiteral("recover")});
         QStringList all;
         for (QProcess& start : starts) {
-            ASSERT_TRUE(start.waitForFinished(30000));
+            ASSERT_TRUE(start.waitForFinished(testsupport::patient(30000)));
             const VictimRun run = VictimHome::resultOf(start);
             ASSERT_EQ(run.states().size(), 1) << run.text();
             all << run.states();

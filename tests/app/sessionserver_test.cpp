@@ -307,7 +307,7 @@ TEST_F(SessionServerTest, twoStartsAtTheSameInstantFortyTimesAreOneSessionWithBo
                             {name, QStringLiteral("/file%1").arg(i), QStringLiteral("2")});
         QStringList words;
         for (QProcess& start : starts) {
-            ASSERT_TRUE(start.waitForFinished(20000));
+            ASSERT_TRUE(start.waitForFinished(testsupport::patient(20000)));
             EXPECT_EQ(start.exitCode(), 0) << start.readAllStandardError().toStdString();
             words << QString::fromLocal8Bit(start.readAllStandardOutput()).trimmed();
         }

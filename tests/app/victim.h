@@ -70,7 +70,8 @@ public:
     {
         QProcess process;
         start(process, session, commands, strace);
-        EXPECT_TRUE(process.waitForFinished(60000)) << commands.join(QLatin1Char(' ')).toStdString();
+        EXPECT_TRUE(process.waitForFinished(testsupport::patient(60000)))
+            << commands.join(QLatin1Char(' ')).toStdString();
         return resultOf(process);
     }
     void start(QProcess& process, const QString& session, const QStringList& commands,

@@ -1,6 +1,8 @@
 // Tests that need a process of their own: another scale of the screen, or a program that drew nothing yet.
 #pragma once
 
+#include "support/testsupport.h"
+
 #include <QCoreApplication>
 #include <QProcess>
 
@@ -17,6 +19,6 @@ inline int runInFreshProcess(const char* filter, const QStringList& environment 
     process.start(QCoreApplication::applicationFilePath(),
                   {QStringLiteral("--gtest_also_run_disabled_tests"),
                    QStringLiteral("--gtest_filter=") + QLatin1String(filter)});
-    process.waitForFinished(60000);
+    process.waitForFinished(testsupport::patient(60000));
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }

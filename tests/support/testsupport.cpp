@@ -1,5 +1,7 @@
 #include "support/testsupport.h"
 
+#include <algorithm>
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -38,12 +40,18 @@ QStringList recordings()
     return files;
 }
 
+int patient(int milliseconds)
+{
+    return milliseconds * std::max(1, qEnvironmentVariableIntValue("MORVANE_TEST_PATIENCE"));
+}
+
 bool waitFor(const std::function<bool()>& condition, int milliseconds)
 {
+    const int limit = patient(milliseconds);
     QElapsedTimer timer;
     timer.start();
     while (!condition()) {
-        if (timer.elapsed() > milliseconds)
+        if (timer.elapsed() > limit)
             return false;
         if (QCoreApplication::instance()) {
             QCoreApplication::sendPostedEvents();

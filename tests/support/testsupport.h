@@ -23,7 +23,11 @@ QString recordingsFolder();
 // the test too.
 void expectWarning(const QString& part);
 
-// Runs the event loop until `condition` holds; false after `milliseconds`.
+// A time limit, longer where the build is slow: times the environment variable MORVANE_TEST_PATIENCE, which
+// the sanitizer builds set for their tests.
+int patient(int milliseconds);
+
+// Runs the event loop until `condition` holds; false after `milliseconds`, or as long as patient() says.
 bool waitFor(const std::function<bool()>& condition, int milliseconds = 10000);
 
 } // namespace testsupport

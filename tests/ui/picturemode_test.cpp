@@ -42,7 +42,7 @@ protected:
         process.setProcessEnvironment(environment);
         process.start(QStringLiteral(MORVANE_PROGRAM),
                       words + QStringList{QStringLiteral("--picture"), m_picture});
-        EXPECT_TRUE(process.waitForFinished(patience));
+        EXPECT_TRUE(process.waitForFinished(testsupport::patient(patience)));
         EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
         return {process.exitCode(), QString::fromLocal8Bit(process.readAllStandardOutput())};
     }

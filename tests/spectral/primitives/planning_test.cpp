@@ -81,7 +81,7 @@ int runChild(const char* test, const QString& file)
     process.start(QFile::symLinkTarget(QStringLiteral("/proc/self/exe")),
                   {QStringLiteral("--gtest_also_run_disabled_tests"),
                    QStringLiteral("--gtest_filter=PlanningChild.DISABLED_") + QLatin1String(test)});
-    return process.waitForFinished(120000) && process.exitStatus() == QProcess::NormalExit
+    return process.waitForFinished(testsupport::patient(120000)) && process.exitStatus() == QProcess::NormalExit
                ? process.exitCode()
                : -1;
 }
