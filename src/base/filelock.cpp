@@ -1,5 +1,6 @@
 #include "base/filelock.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <fcntl.h>
@@ -61,6 +62,24 @@ std::unique_ptr<FileLock> FileLock::take(const QString& path, int milliseconds)
 FileLock::~FileLock()
 {
     close(m_descriptor);
+}
+
+void FileLock::setText(const QByteArray& line)
+{
+    const QByteArray bytes = line + '\n';
+    if (ftruncate(m_descriptor, 0) != 0 ||
+        pwrite(m_descriptor, bytes.constData(), size_t(bytes.size()), 0) != bytes.size())
+        return; // an empty text says nothing, and nothing is what a reader then knows
+}
+
+QByteArray FileLock::text(const QString& path)
+{
+    const int file = openThere(path);
+    char bytes[256];
+    const ssize_t count = file < 0 ? 0 : read(file, bytes, sizeof bytes);
+    if (file >= 0)
+        close(file);
+    return QByteArray(bytes, int(std::max<ssize_t>(0, count))).trimmed();
 }
 
 void FileLock::remove()

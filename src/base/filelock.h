@@ -19,6 +19,10 @@ public:
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
 
+    // Writes a line into the file for others to read, without waiting for the disk.
+    void setText(const QByteArray& line);
+    // What its holder wrote there, or the last that held it; empty when there is nothing.
+    [[nodiscard]] static QByteArray text(const QString& path);
     // Removes the file. Others may then take the lock, on a new file.
     void remove();
 

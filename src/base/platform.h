@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include <QByteArray>
 #include <QString>
 
 namespace platform {
@@ -57,6 +58,9 @@ void becomeBackgroundHelper();
 // Full name under which a local server of this name listens, and a client finds it: in the runtime
 // folder, not in a folder that all users share.
 [[nodiscard]] QString localServerPath(const QString& name);
+
+// Another text after each start of the machine; empty when it cannot be told.
+[[nodiscard]] QByteArray bootId();
 
 // Words for the calling thread's last failed system call.
 [[nodiscard]] QString lastSystemError();

@@ -189,6 +189,12 @@ QString localServerPath(const QString& name)
     return runtimeFolder() + QLatin1Char('/') + file;
 }
 
+QByteArray bootId()
+{
+    QFile file(QStringLiteral("/proc/sys/kernel/random/boot_id"));
+    return file.open(QFile::ReadOnly) ? file.readAll().trimmed() : QByteArray();
+}
+
 QString lastSystemError()
 {
     return QString::fromLocal8Bit(std::strerror(errno));

@@ -54,6 +54,8 @@ void recoverSessions(QWidget* parent, const SessionFolder& folder,
         qInfo("previous sessions found");
         const QMessageBox::StandardButton answer = ask(parent);
         if (answer == QMessageBox::Yes) {
+            for (const QString& path : manifests)
+                folder.settle(path);
             recover(manifests);
             for (const QString& path : manifests)
                 folder.forgetSession(SessionFolder::sessionOf(QFileInfo(path).fileName()));

@@ -44,11 +44,11 @@ SessionCache::SessionCache(std::chrono::milliseconds interval)
     if (m_folder.path().isEmpty() || m_session.isEmpty())
         return;
     m_lock = FileLock::take(m_folder.lockPath(m_session), lockMs);
-    if (!m_lock)
+    if (m_lock)
+        m_lock->setText(platform::bootId());
+    else
         qWarning().noquote() << "no lock for this session in" << m_folder.path();
-    m_sync = std::make_unique<SessionSync>(
-        m_folder.path(), interval,
-        [this](uint64_t project, uint64_t generation) { safeOnDisk(project, generation); });
+    m_sync = std::make_unique<SessionSync>(m_folder.path(), interval, static_cast<ISessionSyncOwner&>(*this));
     SessionFile::setKeeper(this);
 }
 
@@ -94,6 +94,26 @@ void SessionCache::name(uint64_t id, const QSet<QString>& files)
 {
     const std::lock_guard locker(m_mutex);
     m_named[id][++m_generation] = files;
+    m_newest[id] = m_generation;
+}
+
+std::optional<QByteArray> SessionCache::manifestOf(uint64_t id, uint64_t generation)
+{
+    const std::lock_guard locker(m_mutex); // nobody begins a newer one meanwhile
+    const auto newest = m_newest.find(id);
+    QFile file(m_folder.manifestPath(m_session, id));
+    if (newest == m_newest.end() || newest->second != generation || !file.open(QFile::ReadOnly))
+        return std::nullopt;
+    return file.readAll();
+}
+
+bool SessionCache::place(uint64_t id, const QString& from, const QString& to)
+{
+    const std::lock_guard locker(m_mutex);
+    if (m_newest.count(id) > 0)
+        return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+    QFile::remove(from);
+    return false;
 }
 
 SessionCache::Files SessionCache::takeUnnamed()
@@ -155,7 +175,9 @@ bool SessionCache::write(const Project& project)
     if (!result.done) {
         qWarning().noquote() << "no session backup:" << result.words;
         const std::lock_guard locker(m_mutex);
-        m_named[id].erase(job.generation);
+        Generations& generations = m_named[id];
+        generations.erase(job.generation);
+        m_newest[id] = generations.empty() ? 0 : generations.rbegin()->first;
         return false;
     }
     m_sync->request(id, job);
@@ -176,6 +198,7 @@ bool SessionCache::takeOver(const Project& project, const QString& manifest)
     const bool written = write(project);
     if (written && !renamed)
         QFile::remove(manifest);
+    QFile::remove(SessionFolder::safePath(manifest));
     return written;
 }
 
@@ -195,7 +218,13 @@ void SessionCache::forget(const Project& project)
         return;
     const uint64_t id = *found;
     m_ids.erase(found);
-    QFile::remove(m_folder.manifestPath(m_session, id));
+    const QString manifest = m_folder.manifestPath(m_session, id);
     name(id, {});
+    {
+        const std::lock_guard locker(m_mutex); // the helper makes no new one any more
+        m_newest.erase(id);
+    }
+    QFile::remove(manifest);
+    QFile::remove(SessionFolder::safePath(manifest));
     m_sync->request(id, {{}, {}, m_generation});
 }

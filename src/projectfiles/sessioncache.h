@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <QHash>
@@ -20,15 +21,15 @@
 
 // Samples lie in the session folder from the moment a project is opened. Beside them stands one manifest
 // for each project, written after each action: by rename and without a sync, so that the user does not
-// wait, and brought to the disk by a helper thread at most every five seconds. So the death of the
-// program costs nothing, and a power cut the last five seconds.
+// wait; a helper thread brings it to the disk at most every five seconds, as a copy beside it. So the death
+// of the program costs nothing, and a power cut the last five seconds.
 //
 // A file of samples that a layer has replaced stays as long as a manifest on the disk may name it.
 //
 // While the object lives it holds the lock of this session (property `sessionid`) in the session folder,
 // which tells other processes that what lies there is in use. One object at a time. GUI thread, but for
 // retire() and reclaim().
-class SessionCache final : public ISessionFileKeeper
+class SessionCache final : public ISessionFileKeeper, private ISessionSyncOwner
 {
 public:
     explicit SessionCache(std::chrono::milliseconds interval = std::chrono::seconds(5));
@@ -62,7 +63,9 @@ private:
     [[nodiscard]] uint64_t idOf(const Project& project);
     [[nodiscard]] bool isNamed(const QString& name) const;
     void name(uint64_t id, const QSet<QString>& files);
-    void safeOnDisk(uint64_t id, uint64_t generation);
+    [[nodiscard]] std::optional<QByteArray> manifestOf(uint64_t id, uint64_t generation) override;
+    [[nodiscard]] bool place(uint64_t id, const QString& from, const QString& to) override;
+    void safeOnDisk(uint64_t id, uint64_t generation) override;
     [[nodiscard]] Files takeUnnamed();
 
     SessionFolder m_folder;
@@ -74,6 +77,7 @@ private:
 
     Mutex m_mutex;
     std::map<uint64_t, Generations> m_named; // guarded by m_mutex; by project
+    std::map<uint64_t, uint64_t> m_newest;   // guarded by m_mutex; generation of each open project
     Files m_retired;                         // guarded by m_mutex
     std::unique_ptr<SessionSync> m_sync;     // its thread is the first to end
 };

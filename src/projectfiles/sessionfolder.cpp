@@ -2,10 +2,11 @@
 
 #include "base/platform.h"
 
-#include <algorithm>
+#include <cstdio>
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -32,7 +33,7 @@ QRegularExpression whole(const QString& pattern)
 QRegularExpressionMatch matchManifest(const QString& name)
 {
     // The extension is that of the running edition.
-    const QString pattern = QStringLiteral("session_(.+)_project_[0-9a-f]{1,16}\\.%1(?:\\.new)?");
+    const QString pattern = QStringLiteral("session_(.+)_project_[0-9a-f]{1,16}\\.%1(?:\\.safe)?(?:\\.new)?");
     return whole(pattern.arg(QRegularExpression::escape(extension()))).match(name);
 }
 
@@ -112,10 +113,24 @@ QStringList SessionFolder::manifestsOfTheDead() const
         const QString path = m_path + QLatin1Char('/') + name;
         // What was being written when the session died is no manifest yet.
         if (kindOf(name) == Kind::Manifest && name.endsWith(extension()) && !isAlive(sessionOf(name)) &&
-            isOurs(path))
+            isOurs(isSafeOneWanted(path) ? safePath(path) : path))
             found << path;
     }
     return found;
+}
+
+// A session that does not say in which life of the machine it ran counts as one of another.
+bool SessionFolder::isSafeOneWanted(const QString& manifest) const
+{
+    const QByteArray boot = FileLock::text(lockPath(sessionOf(QFileInfo(manifest).fileName())));
+    return (boot.isEmpty() || boot != platform::bootId()) && QFileInfo::exists(safePath(manifest));
+}
+
+void SessionFolder::settle(const QString& manifest) const
+{
+    if (isSafeOneWanted(manifest) && std::rename(QFile::encodeName(safePath(manifest)).constData(),
+                                                 QFile::encodeName(manifest).constData()) != 0)
+        qWarning().noquote() << manifest << "cannot be replaced:" << platform::lastSystemError();
 }
 
 void SessionFolder::remove(const QString& name, Kind kind) const

@@ -19,7 +19,8 @@ public:
     enum class Kind {
         Foreign,  // none of ours
         Samples,  // layer(<hex><hex>).pcm
-        Manifest, // session_<session>_project_<hex>.<backupextension>, also with ".new", as it is written
+        Manifest, // session_<session>_project_<hex>.<backupextension>; also with ".safe" behind it, and with
+                  // ".new", as it is written
         Lock,     // session_<session>.lock
         Wave,     // <layer> (<number>).wav, on its way to an external editor
     };
@@ -41,6 +42,13 @@ public:
     // The manifests of crashed sessions, oldest first: written by this program in this version, not
     // embedded, no live session's.
     [[nodiscard]] QStringList manifestsOfTheDead() const;
+    // Where the machine itself went down since, the newest manifest may name samples that never reached
+    // the disk: the one that was safe there (safePath()) takes its place.
+    void settle(const QString& manifest) const;
+    [[nodiscard]] static QString safePath(const QString& manifest)
+    {
+        return manifest + QLatin1String(".safe");
+    }
     // Everything of ours but waves.
     void reset() const;
     // What was last changed more than `days` days ago.
@@ -50,6 +58,7 @@ public:
 
 private:
     [[nodiscard]] QStringList names() const;
+    [[nodiscard]] bool isSafeOneWanted(const QString& manifest) const;
     [[nodiscard]] bool isAlive(const QString& session) const;
     void remove(const QString& name, Kind kind) const;
 

@@ -1,6 +1,7 @@
 #include "projectfiles/sessionsync.h"
 
 #include "base/platform.h"
+#include "projectfiles/sessionfolder.h"
 
 #include <mutex>
 
@@ -19,20 +20,20 @@ bool syncPath(const QString& path)
     return file.open(descriptor, QFile::ReadOnly, QFile::AutoCloseHandle) && platform::syncFile(descriptor);
 }
 
-bool syncJob(const SessionSync::Job& job)
+bool writeSynced(const QString& path, const QByteArray& bytes)
 {
-    bool good = true;
-    for (const QString& path : job.samples)
-        good = syncPath(path) && good;
-    return (job.manifest.isEmpty() || syncPath(job.manifest)) && good;
+    QFile::remove(path);
+    QFile file(path);
+    return platform::createPrivateFile(path) && file.open(QFile::WriteOnly) &&
+           file.write(bytes) == bytes.size() && file.flush() && platform::syncFile(file.handle());
 }
 
 } // namespace
 
-SessionSync::SessionSync(QString folder, std::chrono::milliseconds interval, Done done)
+SessionSync::SessionSync(QString folder, std::chrono::milliseconds interval, ISessionSyncOwner& owner)
     : m_folder(std::move(folder)),
       m_interval(interval),
-      m_done(std::move(done)),
+      m_owner(owner),
       m_thread([this] { run(); })
 {
 }
@@ -79,24 +80,47 @@ void SessionSync::run()
         jobs.swap(m_jobs);
         m_working = true;
         locker.unlock();
-        work(jobs);
+        const bool all = work(jobs);
         locker.lock();
+        if (!all)
+            next = std::chrono::steady_clock::now();
         m_working = false;
         m_idle.notify_all();
     }
 }
 
-void SessionSync::work(const Jobs& jobs)
+SessionSync::Outcome SessionSync::makeSafe(uint64_t project, const Job& job)
+{
+    if (job.manifest.isEmpty())
+        return Outcome::Safe;
+    const std::optional<QByteArray> content = m_owner.manifestOf(project, job.generation);
+    if (!content)
+        return Outcome::Outdated;
+    for (const QString& path : job.samples)
+        if (!syncPath(path))
+            return Outcome::Failed;
+    const QString safe = SessionFolder::safePath(job.manifest);
+    const QString fresh = safe + QLatin1String(".new");
+    if (!writeSynced(fresh, *content))
+        return Outcome::Failed;
+    return m_owner.place(project, fresh, safe) ? Outcome::Safe : Outcome::Outdated;
+}
+
+bool SessionSync::work(const Jobs& jobs)
 {
     Jobs good;
-    for (const auto& [project, job] : jobs)
-        if (syncJob(job))
+    bool failed = false;
+    for (const auto& [project, job] : jobs) {
+        const Outcome outcome = makeSafe(project, job);
+        failed = failed || outcome == Outcome::Failed;
+        if (outcome == Outcome::Safe)
             good.emplace(project, job);
+    }
     const bool inFolder = platform::syncFolder(m_folder);
-    if (!inFolder || good.size() < jobs.size())
+    if (!inFolder || failed)
         qWarning().noquote() << "the session is not safe on the disk:" << m_folder << "cannot be synced";
-    if (!inFolder)
-        return;
-    for (const auto& [project, job] : good)
-        m_done(project, job.generation);
+    if (inFolder)
+        for (const auto& [project, job] : good)
+            m_owner.safeOnDisk(project, job.generation);
+    return failed || good.size() == jobs.size();
 }

@@ -6,16 +6,31 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <functional>
 #include <map>
+#include <optional>
 #include <thread>
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
-// One helper thread. It syncs the samples that a manifest names, then the manifest, then the folder, so
-// that after a power cut the manifest that is found names samples that are there. It works at most once
-// in `interval`; what is asked for meanwhile waits, and of one project only the last counts.
+// Who writes the manifests. Called by the helper thread.
+class ISessionSyncOwner
+{
+public:
+    virtual ~ISessionSyncOwner() = default;
+    // The manifest of that generation; nothing when a newer one has been begun, or the project is closed.
+    [[nodiscard]] virtual std::optional<QByteArray> manifestOf(uint64_t project, uint64_t generation) = 0;
+    // Renames the file unless the project has been closed; then it is removed, and the answer is false.
+    [[nodiscard]] virtual bool place(uint64_t project, const QString& from, const QString& to) = 0;
+    // That generation of that project is on the disk.
+    virtual void safeOnDisk(uint64_t project, uint64_t generation) = 0;
+};
+
+// One helper thread. It brings the samples that a manifest names to the disk, then a copy of that manifest
+// under its safe name (SessionFolder::safePath), then the folder: the manifest itself is replaced behind
+// each action, and after a power cut might name samples that never arrived. It works at most once in
+// `interval`; what is asked for meanwhile waits, and of one project only the last counts.
 class SessionSync
 {
 public:
@@ -25,10 +40,9 @@ public:
         QStringList samples;
         uint64_t generation = 0; // the caller's
     };
-    // The manifest of that generation of that project, or a newer one, is on the disk. Helper thread.
-    using Done = std::function<void(uint64_t project, uint64_t generation)>;
 
-    SessionSync(QString folder, std::chrono::milliseconds interval, Done done);
+    // The owner outlives this object.
+    SessionSync(QString folder, std::chrono::milliseconds interval, ISessionSyncOwner& owner);
     // Waits for what is being synced, not for what waits.
     ~SessionSync();
     SessionSync(const SessionSync&) = delete;
@@ -43,11 +57,14 @@ private:
     using Jobs = std::map<uint64_t, Job>; // by project
 
     void run();
-    void work(const Jobs& jobs);
+    // False when a job was left to a newer one.
+    bool work(const Jobs& jobs);
+    enum class Outcome { Safe, Failed, Outdated };
+    [[nodiscard]] Outcome makeSafe(uint64_t project, const Job& job);
 
     const QString m_folder;
     const std::chrono::milliseconds m_interval;
-    const Done m_done;
+    ISessionSyncOwner& m_owner;
     Mutex m_lock;
     std::condition_variable_any m_wake;
     Jobs m_jobs;            // guarded by m_lock

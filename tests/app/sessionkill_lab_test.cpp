@@ -7,8 +7,8 @@
 #include <set>
 
 #include <QDateTime>
-#include <QDirIterator>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QRegularExpression>
 
 namespace {
@@ -262,6 +262,44 @@ void expectPromises(const VictimHome& home, const Scenario& scenario, const Refe
     EXPECT_EQ(later.states()[0], after.states()[2]) << "it was recovered, and not closed";
 }
 
+// A file system on an image of its own.
+class Mounted
+{
+public:
+    Mounted(const QString& image, const QString& path, const QString& makeImage) : m_path(path)
+    {
+        EXPECT_TRUE(shell(makeImage.arg(image) +
+                          QStringLiteral("; mkdir -p %2; mount -o loop %1 %2").arg(image, path)));
+    }
+    ~Mounted() { EXPECT_TRUE(shell(QStringLiteral("umount ") + m_path)); }
+    Mounted(const Mounted&) = delete;
+    Mounted& operator=(const Mounted&) = delete;
+    [[nodiscard]] const QString& path() const { return m_path; }
+
+private:
+    static bool shell(const QString& command)
+    {
+        return QProcess::execute(QStringLiteral("bash"), {QStringLiteral("-ec"), command}) == 0;
+    }
+    QString m_path;
+};
+
+class Killed
+{
+public:
+    explicit Killed(QProcess& process) : m_process(process) {}
+    ~Killed()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    Killed(const Killed&) = delete;
+    Killed& operator=(const Killed&) = delete;
+
+private:
+    QProcess& m_process;
+};
+
 class SessionKill : public testing::Test
 {
 protected:
@@ -316,6 +354,53 @@ TEST_F(SessionKill, inImportEditsAndSaves)
 TEST_F(SessionKill, inAChangeOfFormatAndADuplicate)
 {
     killAll(converting, 11);
+}
+
+// The power goes: what the disk of another machine would hold is what the block device holds now, with
+// nothing of what the system still had in memory.
+TEST_F(SessionKill, aPowerCutCostsAtMostTheLastFiveSeconds)
+{
+    const QStringList commands = {QStringLiteral("open:@a.ramp"),   QStringLiteral("edit:5"),
+                                  QStringLiteral("import:@b.ramp"), QStringLiteral("insert"),
+                                  QStringLiteral("crop"),           QStringLiteral("insert")};
+    const QStringList states = VictimHome().run(QStringLiteral("reference"), commands).states();
+    ASSERT_EQ(states.size(), commands.size());
+    const QString folder = testsupport::makeFolder(QStringLiteral("power"));
+    const QString disk = folder + QStringLiteral("/disk"), cut = folder + QStringLiteral("/cut");
+    const Mounted live(disk, folder + QStringLiteral("/live"),
+                       QStringLiteral("truncate -s 400M %1; mkfs.ext4 -q %1"));
+    const VictimHome home(live.path() + QStringLiteral("/home"));
+    QProcess process;
+    home.start(process, QStringLiteral("first"), commands + QStringList{QStringLiteral("wait")});
+    const Killed killed(process); // before the disk goes
+    QString output, found;
+    QElapsedTimer idle; // since the last action
+    int cuts = 0;
+    do {
+        static_cast<void>(process.waitForReadyRead(50));
+        output += QString::fromUtf8(process.readAllStandardOutput());
+        if (output.count(QLatin1String("done ")) == commands.size() && !idle.isValid())
+            idle.start();
+        const Mounted later(cut, folder + QStringLiteral("/later"),
+                            QStringLiteral("cp --sparse=always ") + disk + QStringLiteral(" %1"));
+        if (!QFileInfo::exists(later.path() + QStringLiteral("/home/targets/b.ramp")))
+            continue;
+        const VictimHome after(later.path() + QStringLiteral("/home"), false);
+        QFile lock(after.sessionFolder() + QStringLiteral("/session_first.lock"));
+        if (lock.exists()) {
+            ASSERT_TRUE(lock.open(QFile::WriteOnly | QFile::Truncate));
+            lock.write("another life of the machine\n");
+            lock.close();
+        }
+        const VictimRun next = after.run(QStringLiteral("next"), {QStringLiteral("recover")});
+        found = next.states().value(0);
+        ++cuts;
+        EXPECT_TRUE(found == QLatin1String("none") || states.contains(found)) << next.text();
+        EXPECT_TRUE(next.words("warning").isEmpty()) << next.text();
+    } while (!HasFailure() && found != states.last() && !(idle.isValid() && idle.elapsed() > 8000));
+    EXPECT_EQ(found, states.last()) << "after " << idle.elapsed() << " ms";
+    std::printf("[ figure   ] %d cuts; the last action was safe at most %d ms later\n", cuts,
+                idle.isValid() ? int(idle.elapsed()) : 0);
 }
 
 TEST_F(SessionKill, inTheRecoveryItself)

@@ -40,7 +40,9 @@ struct VictimRun
 class VictimHome
 {
 public:
-    explicit VictimHome(const QString& folder = testsupport::makeFolder(QStringLiteral("victim")))
+    // `isNew` false: one that a crash has left.
+    explicit VictimHome(const QString& folder = testsupport::makeFolder(QStringLiteral("victim")),
+                        bool isNew = true)
         : m_folder(folder),
           m_environment(QProcessEnvironment::systemEnvironment())
     {
@@ -49,6 +51,8 @@ public:
             EXPECT_TRUE(platform::makePrivateFolder(path));
             m_environment.insert(QStringLiteral("XDG_") + QLatin1String(home), path);
         }
+        if (!isNew)
+            return;
         EXPECT_TRUE(platform::makePrivateFolder(targets()));
         writeFile(QStringLiteral("a.ramp"), "1");
         writeFile(QStringLiteral("b.ramp"), "100000");

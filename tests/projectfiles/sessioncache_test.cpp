@@ -1,6 +1,7 @@
 // The manifests of a running session, and the files that they keep.
 #include "projectfiles/sessioncache.h"
 
+#include "base/platform.h"
 #include "model/modeltest.h"
 #include "projectfiles/projecttest.h"
 #include "projectfiles/projectxml.h"
@@ -157,6 +158,30 @@ TEST_F(SessionCacheTest, aManifestThatIsNotYetOnTheDiskKeepsTheOlderOnesFilesToo
     ASSERT_TRUE(cache.write(*project));
     EXPECT_TRUE(QFile::exists(first) && QFile::exists(second));
     EXPECT_EQ(cache.retiredFiles(), 2);
+}
+
+TEST_F(SessionCacheTest, besideTheManifestStandsTheOneThatIsSafeOnTheDisk)
+{
+    SessionCache cache(never);
+    const ProjectPtr project = projectOf(ramp(1000));
+    ASSERT_TRUE(cache.write(*project)); // the one sync that comes at once
+    const QString safe = manifest(1) + QStringLiteral(".safe");
+    ASSERT_TRUE(testsupport::waitFor([&] { return QFile::exists(safe); }));
+    const QByteArray first = contentOf(safe);
+    EXPECT_EQ(first, contentOf(manifest(1)));
+    firstLayer(*project)->insertTime({10, 500});
+    ASSERT_TRUE(cache.write(*project));
+    EXPECT_NE(contentOf(manifest(1)), first);
+    EXPECT_EQ(contentOf(safe), first) << "the new samples may not have arrived";
+    cache.forget(*project);
+    EXPECT_EQ(names("session_*project*"), QStringList());
+}
+
+TEST_F(SessionCacheTest, theLockTellsInWhichLifeOfTheMachineTheSessionRan)
+{
+    const SessionCache cache(never);
+    EXPECT_EQ(FileLock::text(folder + QStringLiteral("/session_Morvane now.lock")), platform::bootId());
+    EXPECT_FALSE(platform::bootId().isEmpty());
 }
 
 TEST_F(SessionCacheTest, whereTheDiskIsFullReplacedFilesGoAtOnce)

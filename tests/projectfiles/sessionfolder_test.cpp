@@ -1,4 +1,5 @@
 // What the start finds in the session folder, asks, and clears away.
+#include "base/platform.h"
 #include "base/sessionfile.h"
 #include "projectfiles/recovery.h"
 #include "projectfiles/sessionfolder.h"
@@ -111,7 +112,8 @@ TEST_F(SessionFolderTest, onlyNamesThatThisProgramMakesAreItsOwn)
     EXPECT_EQ(manifest, QStringLiteral("session_Morvane 2026.11.21-16.59.24.123_project_1a.mvx"));
     EXPECT_EQ(SessionFolder::kindOf(manifest), Kind::Manifest);
     EXPECT_EQ(SessionFolder::sessionOf(manifest), session);
-    EXPECT_EQ(SessionFolder::kindOf(manifest + QStringLiteral(".new")), Kind::Manifest);
+    for (const char* suffix : {".new", ".safe", ".safe.new"})
+        EXPECT_EQ(SessionFolder::kindOf(manifest + QLatin1String(suffix)), Kind::Manifest) << suffix;
     EXPECT_EQ(SessionFolder::kindOf(QFileInfo(folder.lockPath(session)).fileName()), Kind::Lock);
     EXPECT_EQ(SessionFolder::kindOf(QStringLiteral("Layer 1 (65535).wav")), Kind::Wave);
     for (const char* name : {"layer().pcm",
@@ -335,6 +337,46 @@ TEST_F(SessionFolderTest, theLockOfASessionGoesWithItsLastManifest)
     recoverSessions(nullptr, folder, [](const QStringList& manifests) { QFile::remove(manifests[0]); });
     EXPECT_EQ(names().size(), 2) << "one could not be read, and is still the dead session's";
     recoverSessions(nullptr, folder, [](const QStringList& manifests) { QFile::remove(manifests[0]); });
+    EXPECT_EQ(names(), QStringList());
+}
+
+TEST_F(SessionFolderTest, afterTheMachineItselfWentDownTheManifestThatWasSafeComesBack)
+{
+    const QString manifest = write(deadManifest, ""); // it never reached the disk
+    const QByteArray safe = head() + "<!-- safe -->";
+    write(deadManifest + QStringLiteral(".safe"), safe);
+    write(QStringLiteral("session_dead.lock"), "another life of the machine\n");
+    start(QMessageBox::No);
+    EXPECT_EQ(boxes.size(), 1) << "it is offered though the newest one is empty";
+    EXPECT_EQ(QFileInfo(manifest).size(), 0) << "and nothing is touched before the answer is Yes";
+    start(QMessageBox::Yes);
+    ASSERT_EQ(recovered, QStringList{manifest});
+    QFile file(manifest);
+    ASSERT_TRUE(file.open(QFile::ReadOnly));
+    EXPECT_EQ(file.readAll(), safe);
+    EXPECT_FALSE(QFile::exists(manifest + QStringLiteral(".safe")));
+}
+
+TEST_F(SessionFolderTest, afterADeathOfTheProgramAloneTheNewestManifestComesBack)
+{
+    const QByteArray newest = head() + "<!-- newest -->";
+    const QString manifest = write(deadManifest, newest);
+    write(deadManifest + QStringLiteral(".safe"), head());
+    FileLock::take(folder.lockPath(QStringLiteral("dead")))->setText(platform::bootId());
+    start(QMessageBox::Yes);
+    ASSERT_EQ(recovered, QStringList{manifest});
+    QFile file(manifest);
+    ASSERT_TRUE(file.open(QFile::ReadOnly));
+    EXPECT_EQ(file.readAll(), newest);
+}
+
+TEST_F(SessionFolderTest, aSafeManifestWithoutItsOwnIsOfAProjectThatWasTakenOver)
+{
+    write(deadManifest + QStringLiteral(".safe"), head());
+    EXPECT_EQ(found(), QStringList());
+    start(QMessageBox::Reset);
+    setAge(path + QLatin1Char('/') + deadManifest + QStringLiteral(".safe"), 8);
+    start(QMessageBox::No);
     EXPECT_EQ(names(), QStringList());
 }
 
