@@ -56,6 +56,13 @@ protected:
         project->layers()->appendChildLayer(layerOf(realFormat(), samples));
         return project;
     }
+    // The first manifest, and the one sync that comes at once.
+    void writeAndSync(SessionCache& cache, const Project& project)
+    {
+        ASSERT_TRUE(cache.write(project));
+        ASSERT_TRUE(
+            testsupport::waitFor([&] { return QFile::exists(manifest(1) + QStringLiteral(".safe")); }));
+    }
     static LayerPtr firstLayer(const Project& project)
     {
         return std::dynamic_pointer_cast<Layer>(project.layers()->children(ChildrenDirect).value(0));
@@ -149,7 +156,7 @@ TEST_F(SessionCacheTest, aManifestThatIsNotYetOnTheDiskKeepsTheOlderOnesFilesToo
 {
     SessionCache cache(never);
     const ProjectPtr project = projectOf(ramp(1000));
-    ASSERT_TRUE(cache.write(*project)); // the one sync that comes at once
+    writeAndSync(cache, *project);
     const QString first = firstLayer(*project)->filePath();
     firstLayer(*project)->insertTime({10, 500});
     ASSERT_TRUE(cache.write(*project));
@@ -164,7 +171,7 @@ TEST_F(SessionCacheTest, besideTheManifestStandsTheOneThatIsSafeOnTheDisk)
 {
     SessionCache cache(never);
     const ProjectPtr project = projectOf(ramp(1000));
-    ASSERT_TRUE(cache.write(*project)); // the one sync that comes at once
+    writeAndSync(cache, *project);
     const QString safe = manifest(1) + QStringLiteral(".safe");
     ASSERT_TRUE(testsupport::waitFor([&] { return QFile::exists(safe); }));
     const QByteArray first = contentOf(safe);
@@ -188,7 +195,7 @@ TEST_F(SessionCacheTest, whereTheDiskIsFullReplacedFilesGoAtOnce)
 {
     SessionCache cache(never);
     const ProjectPtr project = projectOf(ramp(1000));
-    ASSERT_TRUE(cache.write(*project)); // the one sync that comes at once
+    writeAndSync(cache, *project);
     const QString first = firstLayer(*project)->filePath();
     firstLayer(*project)->insertTime({10, 500});
     const QString second = firstLayer(*project)->filePath();
@@ -250,7 +257,7 @@ TEST_F(SessionCacheTest, anEndBehindClosedProjectsLeavesNothing)
     {
         SessionCache cache(never);
         ProjectPtr project = projectOf(ramp(1000));
-        ASSERT_TRUE(cache.write(*project));
+        writeAndSync(cache, *project);
         firstLayer(*project)->insertTime({10, 500});
         ASSERT_TRUE(cache.write(*project));
         cache.forget(*project);
