@@ -5,6 +5,7 @@
 #include "ui/actiontable.h"
 #include "ui/displaypanel.h"
 #include "ui/historypanel.h"
+#include "ui/layerspanel.h"
 #include "ui/mainwindow.h"
 #include "ui/recentfiles.h"
 #include "ui/widgets/qdockwidgetext.h"
@@ -129,11 +130,85 @@ std::vector<Row> projectRows(MainWindow& window)
     };
 }
 
+struct LayerCommand
+{
+    const char* id;
+    const char* label; // null: keys only
+    const char* tip;
+    void (LayersPanel::*slot)();
+    bool (LayersPanel::*canDo)() const; // null: while a project is open
+    const char* keys = "";
+    QKeySequence::StandardKey standard = QKeySequence::UnknownKey;
+};
+
+using Layers = LayersPanel;
+constexpr LayerCommand newLayer{
+    "layernewlayer",   QT_TR_NOOP("&New Layer"), QT_TR_NOOP("An empty layer above the active one"),
+    &Layers::newLayer, &Layers::canCreate,       "Ctrl+Shift+N"};
+constexpr LayerCommand newGroup{"layernewgroup", QT_TR_NOOP("New &Group"),
+                                QT_TR_NOOP("An empty group above the active layer"), &Layers::newGroup,
+                                &Layers::canCreate};
+constexpr LayerCommand duplicateLayer{
+    "layerduplicate",         QT_TR_NOOP("&Duplicate"), QT_TR_NOOP("A copy of the active layer above it"),
+    &Layers::duplicateActive, &Layers::canActOnActive,  "Ctrl+J"};
+constexpr LayerCommand layerCommands[] = {
+    {"layerdelete", QT_TR_NOOP("Delete"), QT_TR_NOOP("Delete the active layer"), &Layers::deleteActive,
+     &Layers::canActOnActive},
+    {"layerrename", QT_TR_NOOP("&Rename..."), QT_TR_NOOP("Rename the active layer"), &Layers::rename,
+     &Layers::canActOnActive},
+    {},
+    {"layergroup", QT_TR_NOOP("&Group"), QT_TR_NOOP("Put the active layer into a new group"), &Layers::group,
+     &Layers::canActOnActive},
+    {"layerungroup", QT_TR_NOOP("&Ungroup"), QT_TR_NOOP("Put the layers of the active group in its place"),
+     &Layers::ungroup, &Layers::canUngroup},
+    {"layermergedown", QT_TR_NOOP("&Merge Down"),
+     QT_TR_NOOP("The active layer and the one below it into one"), &Layers::mergeDownActive,
+     &Layers::canMergeDown, "Ctrl+E"},
+    {"layermergevisible", QT_TR_NOOP("Merge &Visible"), QT_TR_NOOP("All layers that are not muted into one"),
+     &Layers::mergeVisible, &Layers::canMergeVisible, "Ctrl+Shift+E"},
+    {"layermergeall", QT_TR_NOOP("Merge &All"), QT_TR_NOOP("All layers into one"), &Layers::mergeAll,
+     &Layers::canMergeAll},
+};
+constexpr LayerCommand layerKeys[] = {
+    {"layeractivateabove", QT_TR_NOOP("Activate Above"), "", &Layers::activateAbove, nullptr, "",
+     QKeySequence::MoveToPreviousLine},
+    {"layeractivatebelow", QT_TR_NOOP("Activate Below"), "", &Layers::activateBelow, nullptr, "",
+     QKeySequence::MoveToNextLine},
+    {"layermute", QT_TR_NOOP("Mute"), "", &Layers::mute, nullptr, "Shift+M"},
+    {"layersolo", QT_TR_NOOP("Solo"), "", &Layers::solo, nullptr, "Shift+S"},
+};
+
+Row layerRow(MainWindow& window, const char* menu, const LayerCommand& command)
+{
+    if (!command.id)
+        return separator;
+    ActionRow action;
+    action.id = id(command.id);
+    action.label = text(command.label);
+    action.tip = *command.tip ? text(command.tip) : QString();
+    action.standard = command.standard;
+    action.keys = QString::fromLatin1(command.keys);
+    action.needsProject = !command.canDo;
+    return {menu, action, [&panel = window.layersPanel(), slot = command.slot](bool) { (panel.*slot)(); }};
+}
+
 std::vector<Row> layerRows(MainWindow& window)
 {
+    const char* const layer = QT_TR_NOOP("&Layer");
     ProjectTabs& tabs = window.projectTabs();
-    return {projectRow(QT_TR_NOOP("&Layer"), "layerduplicateto", text("Duplicate &To..."),
-                       "Copy the active layer to another project", [&tabs](bool) { tabs.duplicateTo(); })};
+    std::vector<Row> rows = {
+        layerRow(window, layer, newLayer),
+        layerRow(window, layer, newGroup),
+        separator,
+        layerRow(window, layer, duplicateLayer),
+        projectRow(layer, "layerduplicateto", text("Duplicate &To..."),
+                   "Copy the active layer to another project", [&tabs](bool) { tabs.duplicateTo(); }),
+    };
+    for (const LayerCommand& command : layerCommands)
+        rows.push_back(layerRow(window, layer, command));
+    for (const LayerCommand& command : layerKeys)
+        rows.push_back(layerRow(window, "", command));
+    return rows;
 }
 
 std::vector<Row> viewRows(MainWindow& window)
@@ -320,6 +395,25 @@ void followHistory(HistoryPanel& history, QAction* undo, QAction* redo)
     QObject::connect(&history, &HistoryPanel::redoEnabled, redo, &QAction::setEnabled);
 }
 
+// Enabled as far as the tree of layers allows it.
+void followLayers(LayersPanel& panel, ActionTable& actions)
+{
+    const auto show = [&panel, &actions] {
+        const auto enable = [&](const LayerCommand& command) {
+            if (command.canDo)
+                actions.action(id(command.id))->setEnabled((panel.*command.canDo)());
+        };
+        for (const LayerCommand& command : {newLayer, newGroup, duplicateLayer})
+            enable(command);
+        for (const LayerCommand& command : layerCommands)
+            enable(command);
+        actions.action(id("layermergedown"))
+            ->setText(panel.isActiveAGroup() ? text("&Merge Group") : text("&Merge Down"));
+    };
+    QObject::connect(&panel, &LayersPanel::stateChanged, &actions, show);
+    show();
+}
+
 } // namespace
 
 void buildMainMenu(MainWindow& window, ActionTable& actions)
@@ -339,5 +433,6 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     view->insertSeparator(view->actions().at(1));
     addRows(window, actions, helpRows(window));
     followExportBack(window, actions.action(id("fileexportback")));
+    followLayers(window.layersPanel(), actions);
     followHistory(window.historyPanel(), actions.action(id("editundo")), actions.action(id("editredo")));
 }

@@ -11,6 +11,7 @@
 #include "ui/channelspanel.h"
 #include "ui/displaypanel.h"
 #include "ui/historypanel.h"
+#include "ui/layerspanel.h"
 #include "ui/logdialog.h"
 #include "ui/mainmenu.h"
 #include "ui/objectproperties.h"
@@ -154,6 +155,7 @@ void MainWindow::buildPanels()
     m_displayPanel = new DisplayPanel;
     m_historyPanel = new HistoryPanel;
     m_channelsPanel = new ChannelsPanel;
+    m_layersPanel = new LayersPanel;
     const auto add = [this](QWidget* panel, const QString& name, const QString& title, const char* icon,
                             const char* unroll) {
         auto* dock = new QDockWidgetExt(title, QIcon(QString::fromLatin1(icon)), panel, this);
@@ -168,6 +170,8 @@ void MainWindow::buildPanels()
         "unrollhistorypanel");
     add(m_channelsPanel, QStringLiteral("ChannelsPanel"), tr("Channels"), ":/icons/channels.png",
         "unrollchannelspanel");
+    add(m_layersPanel, QStringLiteral("LayersPanel"), tr("Layers"), ":/icons/layers.png",
+        "unrolllayerspanel");
 }
 
 void MainWindow::showTabState()

@@ -14,6 +14,7 @@ class ChannelsDisplay;
 class ChannelsPanel;
 class DisplayPanel;
 class HistoryPanel;
+class LayersPanel;
 class IFilePlugin;
 class PluginLoader;
 class ProjectTabs;
@@ -43,6 +44,7 @@ public:
     [[nodiscard]] DisplayPanel& displayPanel() { return *m_displayPanel; }
     [[nodiscard]] HistoryPanel& historyPanel() { return *m_historyPanel; }
     [[nodiscard]] ChannelsPanel& channelsPanel() { return *m_channelsPanel; }
+    [[nodiscard]] LayersPanel& layersPanel() { return *m_layersPanel; }
     // The dock panels, in the order of the menu.
     [[nodiscard]] const QList<QDockWidgetExt*>& panels() const { return m_panels; }
     [[nodiscard]] QList<IFilePlugin*> filePlugins() const;
@@ -103,5 +105,6 @@ private:
     DisplayPanel* m_displayPanel = nullptr;
     HistoryPanel* m_historyPanel = nullptr;
     ChannelsPanel* m_channelsPanel = nullptr;
+    LayersPanel* m_layersPanel = nullptr;
     QList<QDockWidgetExt*> m_panels;
 };

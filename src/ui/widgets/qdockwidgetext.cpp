@@ -3,8 +3,35 @@
 #include <QAction>
 #include <QHBoxLayout>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QToolButton>
+
+namespace {
+
+bool belongsToAControl(const QKeyEvent& event)
+{
+    // Arrows of the keypad carry a modifier; Ctrl goes with them in lists and fields.
+    if (event.modifiers() & ~(Qt::KeypadModifier | Qt::ControlModifier | Qt::ShiftModifier))
+        return false;
+    switch (event.key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        return true;
+    case Qt::Key_Space:
+        return event.modifiers() == Qt::NoModifier;
+    default:
+        return false;
+    }
+}
+
+} // namespace
 
 QDockWidgetExt::QDockWidgetExt(const QString& title, const QIcon& icon, QWidget* content, QWidget* parent)
     : QDockWidget(title, parent),
@@ -50,4 +77,14 @@ void QDockWidgetExt::setUnrolled(bool unrolled)
     widget()->setVisible(unrolled);
     // Rolled up it must not keep the height of its content.
     setMaximumHeight(unrolled ? QWIDGETSIZE_MAX : titleBarWidget()->sizeHint().height());
+}
+
+// Comes up from the control that has the focus.
+bool QDockWidgetExt::event(QEvent* event)
+{
+    if (event->type() == QEvent::ShortcutOverride && belongsToAControl(*static_cast<QKeyEvent*>(event))) {
+        event->accept();
+        return true;
+    }
+    return QDockWidget::event(event);
 }

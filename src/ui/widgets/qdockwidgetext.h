@@ -6,7 +6,8 @@
 class QIcon;
 class QToolButton;
 
-// GUI thread.
+// Keys that move and press in a panel (arrows, Page Up and Down, Home, End, Space) stay with the control that
+// has the focus, though they are shortcuts of the window elsewhere. GUI thread.
 class QDockWidgetExt : public QDockWidget
 {
     Q_OBJECT
@@ -18,6 +19,9 @@ public:
     [[nodiscard]] bool isUnrolled() const;
     // Shows the content, or the title alone.
     void setUnrolled(bool unrolled);
+
+protected:
+    bool event(QEvent* event) override;
 
 private:
     QToolButton* m_roll; // child
