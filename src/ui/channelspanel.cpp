@@ -46,6 +46,7 @@ ChannelsPanel::ChannelsPanel(QWidget* parent) : QWidget(parent), IEvent(QStringL
     scroll->setAccessibleName(tr("Channels"));
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(rows);
+    m_scroll = scroll;
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
     layout->setSpacing(0);
@@ -134,6 +135,8 @@ void ChannelsPanel::samplingFormatEvent(EventId, const SamplingFormat& format)
         m_rows.clear();
         for (int channel = 0; channel < format.channels; ++channel)
             addRow(channel, channelLabel(format.channelsType, format.channelsMask, channel));
+        // The height that rows do not fill belongs to the other panels.
+        m_scroll->setMaximumHeight(m_column->sizeHint().height());
     }
     showMode();
 }

@@ -55,4 +55,5 @@ private:
     QToolButton* m_mute;
     QToolButton* m_solo;
     QVBoxLayout* m_column;
+    QWidget* m_scroll;
 };

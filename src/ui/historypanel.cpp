@@ -113,7 +113,7 @@ void HistoryPanel::showStates()
     const QSignalBlocker blocker(m_list);
     m_list->clear();
     for (const HistoryEntry& state : m_history.states())
-        m_list->addItem(new QListWidgetItem(state.icon, state.name));
+        m_list->addItem(new QListWidgetItem(rowIcon(state.icon), state.name));
 }
 
 void HistoryPanel::showRow()

@@ -12,11 +12,13 @@
 #include <QStyle>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
 
 constexpr int indent = 14;         // pixels for each group around a layer
+constexpr int deepest = 8;         // groups that are told apart; names would have no room
 constexpr double silence = -120;   // dB; stands for a multiplier of 0
 constexpr double loudest = 24;     // dB
 constexpr double volumeStep = 0.5; // dB
@@ -59,7 +61,7 @@ LayerRow::LayerRow(const ILayer& layer, int depth, bool compact, QWidget* parent
     setAttribute(Qt::WA_StyledBackground);
     auto* spacer = new QWidget(this);
     spacer->setObjectName(QStringLiteral("groupspacer"));
-    spacer->setFixedWidth(depth * indent);
+    spacer->setFixedWidth(std::min(depth, deepest) * indent);
     if (!compact) {
         m_picture = makeIconButton(this, "layershadow", tr("Open or Close Group"));
         m_picture->setEnabled(layer.type() == LayerTypeGroup);
@@ -79,11 +81,12 @@ LayerRow::LayerRow(const ILayer& layer, int depth, bool compact, QWidget* parent
     m_volume->setWords(volumeWords());
     m_volume->setRange(silence, loudest);
     m_volume->setStep(volumeStep);
-    m_volume->setFixedWidth(68);
+    m_volume->setFixedWidth(60);
     label->setBuddy(m_volume);
 
     auto* head = new QHBoxLayout;
     head->setSpacing(4);
+    head->addWidget(spacer);
     if (m_picture)
         head->addWidget(m_picture);
     head->addWidget(m_color);
@@ -95,16 +98,12 @@ LayerRow::LayerRow(const ILayer& layer, int depth, bool compact, QWidget* parent
     mix->addStretch(1);
     mix->addWidget(label);
     mix->addWidget(m_volume);
-    auto* column = new QVBoxLayout;
+    auto* column = new QVBoxLayout(this);
+    const int margin = compact ? 2 : 4;
+    column->setContentsMargins(margin, margin, margin, margin);
     column->setSpacing(3);
     column->addLayout(head);
     column->addLayout(mix);
-    auto* layout = new QHBoxLayout(this);
-    const int margin = compact ? 2 : 4;
-    layout->setContentsMargins(margin, margin, margin, margin);
-    layout->setSpacing(0);
-    layout->addWidget(spacer);
-    layout->addLayout(column, 1);
 
     connect(m_name, &QLineEdit::editingFinished, this, [this] { Q_EMIT renamed(m_name->text()); });
     connect(m_mute, &QToolButton::clicked, this, &LayerRow::muted);
@@ -128,12 +127,10 @@ bool LayerRow::eventFilter(QObject* object, QEvent* event)
 
 void LayerRow::showLayer(const ILayer& layer)
 {
-    if (m_picture) {
-        const char* name = layer.type() != LayerTypeGroup ? "layershadow"
-                           : layer.isOpen()               ? "groupopenshadow"
-                                                          : "groupcloseshadow";
-        m_picture->setIcon(QIcon(QStringLiteral(":/icons/%1.png").arg(QLatin1String(name))));
-    }
+    m_icon = layer.type() != LayerTypeGroup ? "layershadow"
+             : layer.isOpen()               ? "groupopenshadow"
+                                            : "groupcloseshadow";
+    showPicture();
     m_color->setColor(layer.color());
     m_color->setObjectName(layer.color() == QColorPicker::unset ? QStringLiteral("layernocolor")
                                                                 : QStringLiteral("layercolor"));
@@ -147,6 +144,20 @@ void LayerRow::showLayer(const ILayer& layer)
     m_phase->setChecked(layer.polarity() < 0);
     m_volume->setValue(toDecibels(layer.multiplier()));
     tellNames(layer.name());
+}
+
+// As it is seen on the ground of the row: that of the active one is light.
+void LayerRow::showPicture()
+{
+    if (!m_picture || !m_icon)
+        return;
+    const QIcon icon = rowIcon(QIcon(QStringLiteral(":/icons/%1.png").arg(QLatin1String(m_icon))));
+    const bool active = objectName() == QLatin1String("activeitem");
+    QIcon shown;
+    const QPixmap pixmap = icon.pixmap(QSize(16, 16), active ? QIcon::Selected : QIcon::Normal);
+    shown.addPixmap(pixmap, QIcon::Normal);
+    shown.addPixmap(pixmap, QIcon::Disabled); // a layer's cannot be pressed
+    m_picture->setIcon(shown);
 }
 
 void LayerRow::tellNames(const QString& name)
@@ -171,6 +182,7 @@ void LayerRow::setActive(bool active)
     if (objectName() == name)
         return;
     setObjectName(name);
+    showPicture();
     polishAnew(*this);
     for (QWidget* child : findChildren<QWidget*>())
         polishAnew(*child);

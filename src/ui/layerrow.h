@@ -41,7 +41,9 @@ protected:
 
 private:
     void tellNames(const QString& name);
+    void showPicture();
 
+    const char* m_icon = nullptr;     // of m_picture
     QToolButton* m_picture = nullptr; // none when compact
     QColorPicker* m_color;
     QLineEdit* m_name;

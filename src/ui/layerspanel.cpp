@@ -24,6 +24,9 @@
 
 namespace {
 
+// Pixels in which a row has room for all its controls.
+constexpr int narrowest = 272;
+
 bool isLeftToHost()
 {
     return QCoreApplication::instance()->property("externalmanagement").toBool();
@@ -57,6 +60,7 @@ LayersPanel::LayersPanel(QWidget* parent)
     m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_list->setContextMenuPolicy(Qt::CustomContextMenu);
     m_list->installEventFilter(this);
+    setMinimumWidth(narrowest);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
     layout->setSpacing(0);
@@ -539,7 +543,7 @@ void LayersPanel::addRow(const ILayerPtr& layer)
     const int depth = int(m_root->project()->pathTo(layer).size()) - 2;
     auto* row = new LayerRow(*layer, depth, m_compact, m_list);
     auto* item = new QListWidgetItem(m_list);
-    item->setSizeHint(row->sizeHint());
+    item->setSizeHint(QSize(0, row->sizeHint().height())); // as wide as the list
     item->setFlags(layer->type() == LayerTypeGroup && layer->isOpen()
                        ? item->flags() | Qt::ItemIsDropEnabled
                        : item->flags() & ~Qt::ItemIsDropEnabled);

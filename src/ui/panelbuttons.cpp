@@ -1,7 +1,12 @@
 #include "ui/panelbuttons.h"
 
+#include <QColor>
+#include <QCoreApplication>
 #include <QIcon>
+#include <QPainter>
+#include <QPixmap>
 #include <QToolButton>
+#include <QVariant>
 
 namespace {
 
@@ -16,6 +21,23 @@ QToolButton* makeButton(QWidget* parent, const char* objectName, const QString& 
 }
 
 } // namespace
+
+QIcon rowIcon(const QIcon& icon)
+{
+    const QColor dark(QCoreApplication::instance()->property("coloractiveitemtext").toString());
+    QIcon both = icon;
+    for (const QSize& size : {QSize(16, 16), QSize(32, 32)}) {
+        QPixmap pixmap = icon.pixmap(size);
+        if (pixmap.isNull() || !dark.isValid())
+            continue;
+        QPainter painter(&pixmap);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.fillRect(pixmap.rect(), dark);
+        painter.end();
+        both.addPixmap(pixmap, QIcon::Selected);
+    }
+    return both;
+}
 
 QToolButton* makeIconButton(QWidget* parent, const char* icon, const QString& name)
 {

@@ -1,11 +1,14 @@
-// The buttons that the dock panels share.
+// The pictures and buttons that the dock panels share.
 #pragma once
 
 #include <QString>
 
+class QIcon;
 class QToolButton;
 class QWidget;
 
+// A picture that is also seen on the light ground of a selected row: dark there (QIcon::Selected).
+[[nodiscard]] QIcon rowIcon(const QIcon& icon);
 // A small button with the picture ":/icons/<icon>.png", told by its tool tip.
 [[nodiscard]] QToolButton* makeIconButton(QWidget* parent, const char* icon, const QString& name);
 // A switch with a word on it. `objectName` ("mute", "solo", "phase") gives it its colour, `name` tells what
