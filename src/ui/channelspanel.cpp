@@ -46,7 +46,6 @@ ChannelsPanel::ChannelsPanel(QWidget* parent) : QWidget(parent), IEvent(QStringL
     scroll->setAccessibleName(tr("Channels"));
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setWidget(rows);
-    m_scroll = scroll;
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
     layout->setSpacing(0);
@@ -135,8 +134,6 @@ void ChannelsPanel::samplingFormatEvent(EventId, const SamplingFormat& format)
         m_rows.clear();
         for (int channel = 0; channel < format.channels; ++channel)
             addRow(channel, channelLabel(format.channelsType, format.channelsMask, channel));
-        // The height that rows do not fill belongs to the other panels.
-        m_scroll->setMaximumHeight(m_column->sizeHint().height());
     }
     showMode();
 }

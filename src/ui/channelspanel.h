@@ -55,5 +55,4 @@ private:
     QToolButton* m_mute;
     QToolButton* m_solo;
     QVBoxLayout* m_column;
-    QWidget* m_scroll;
 };
