@@ -9,9 +9,9 @@
 #include "display/waveformtexture.h"
 #include "model/layer.h"
 #include "spectral/primitives/planning.h"
+#include "support/clocks.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <QThreadPool>
@@ -21,8 +21,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
-#include <functional>
 #include <random>
 
 namespace {
@@ -30,40 +28,13 @@ namespace {
 constexpr int rate = 48000;
 const SamplingFormat mono{SampleTypeReal, rate, ChannelsTypeAudio, 1, 4};
 
-// Milliseconds of runs of one thing: by the wall clock and, for machines with other work to do, of the
-// processor in all threads.
-struct Clocks
+// The share of `bare` that it takes, too.
+void print(const char* name, const Clocks& clocks, const Clocks& bare)
 {
-    void run(const std::function<void()>& work)
-    {
-        const double before = processorTime();
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        wall.push_back(double(timer.nsecsElapsed()) * 1e-6);
-        processor.push_back(processorTime() - before);
-    }
-    static double processorTime()
-    {
-        timespec now{};
-        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-        return double(now.tv_sec) * 1e3 + double(now.tv_nsec) * 1e-6;
-    }
-    void print(const char* name, const Clocks& bare) const
-    {
-        std::printf("    %-14s wall %6.1f ms (%.2f copies)  processor %6.1f ms (%.2f copies)\n", name,
-                    median(wall), median(wall) / median(bare.wall), median(processor),
-                    median(processor) / median(bare.processor));
-    }
-    static double median(std::vector<double> values)
-    {
-        std::sort(values.begin(), values.end());
-        return values[values.size() / 2];
-    }
-
-    std::vector<double> wall;
-    std::vector<double> processor;
-};
+    std::printf("    %-14s wall %6.1f ms (%.2f copies)  processor %6.1f ms (%.2f copies)\n", name,
+                median(clocks.wall) * 1e3, median(clocks.wall) / median(bare.wall),
+                median(clocks.processor) * 1e3, median(clocks.processor) / median(bare.processor));
+}
 
 LayerPtr noiseLayer(int64_t seconds)
 {
@@ -116,10 +87,10 @@ void measure(const LayerPtr& layer, int width, int runs)
         pan.run([&] { takeBlock(texture, length * 0.08, length * 0.8, width, false); });
     }
     std::printf("%d columns\n", width);
-    bare.print("bare copy", bare);
-    first.print("first picture", bare);
-    whole.print("whole view", bare);
-    pan.print("pan by a tenth", bare);
+    print("bare copy", bare, bare);
+    print("first picture", first, bare);
+    print("whole view", whole, bare);
+    print("pan by a tenth", pan, bare);
     std::fflush(stdout);
 }
 

@@ -8,7 +8,19 @@
 #include <condition_variable>
 #include <cstring>
 #include <mutex>
+#include <random>
 #include <vector>
+
+// The same noise at every call, from -peak to peak.
+inline std::vector<float> noise(std::size_t count, unsigned seed = 1, float peak = 0.5f)
+{
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> sample(-peak, peak);
+    std::vector<float> samples(count);
+    for (float& s : samples)
+        s = sample(random);
+    return samples;
+}
 
 // Samples start at `start`. read() may come from any thread; samples are set between renders only.
 class MemoryLayer : public ILayer

@@ -39,16 +39,6 @@ TextureRequest requestFor(const Area& area, const QSize& size, std::shared_ptr<c
     return request;
 }
 
-std::vector<float> noise(std::size_t count, unsigned seed = 1)
-{
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> sample(-0.5f, 0.5f);
-    std::vector<float> samples(count);
-    for (float& s : samples)
-        s = sample(random);
-    return samples;
-}
-
 // A renderer over samples in memory.
 struct Bench
 {

@@ -1,5 +1,6 @@
 #include "display/spectraltexture.h"
 
+#include "display/appenvironment.h"
 #include "display/gate.h"
 #include "display/memorylayer.h"
 #include "model/documentlock.h"
@@ -8,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QGuiApplication>
 #include <QTimer>
 #include <QVariant>
 
@@ -19,40 +19,11 @@
 
 namespace {
 
-class AppEnvironment : public testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        static int argc = 1;
-        static char name[] = "test";
-        static char* argv[] = {name, nullptr};
-        m_application = std::make_unique<QGuiApplication>(argc, argv);
-        m_application->setProperty("sessionpath",
-                                   QVariant(testsupport::makeFolder(QStringLiteral("session"))));
-    }
-    void TearDown() override { m_application.reset(); }
-
-private:
-    std::unique_ptr<QGuiApplication> m_application;
-};
-testing::Environment* const environment = testing::AddGlobalTestEnvironment(new AppEnvironment);
-
 const SamplingFormat mono{SampleTypeReal, 48000, ChannelsTypeAudio, 1, 4};
 
 std::shared_ptr<const Transform> transformOf(int frameSize, WindowType window = WindowType::BlackmanHarris)
 {
     return std::make_shared<const Transform>(SampleTypeReal, window, frameSize, 8, 2);
-}
-
-std::vector<float> noise(std::size_t count)
-{
-    std::mt19937 random(1);
-    std::uniform_real_distribution<float> sample(-0.5f, 0.5f);
-    std::vector<float> samples(count);
-    for (float& s : samples)
-        s = sample(random);
-    return samples;
 }
 
 class Texture : public testing::Test

@@ -1,4 +1,5 @@
 // Editing single samples in the waveform view, by the pointer and by number.
+#include "display/memorylayer.h"
 #include "display/waveformview.h"
 #include "model/documentlock.h"
 #include "model/history.h"
@@ -32,7 +33,7 @@ protected:
     LayerPtr begin(int channels = 1, int32_t sampleType = SampleTypeReal)
     {
         open(channels, sampleType);
-        LayerPtr layer = addLayer(noise(70'000 * std::size_t(channels * sampleType)));
+        LayerPtr layer = addLayer(noise(70'000 * std::size_t(channels * sampleType), 1, 0.9f));
         activate(layer);
         root.project()->resetBackup(ChildrenAll); // as when a project was opened
         post(EventId::HistoryListChange, QList<HistoryEntry>{HistoryEntry()});
@@ -45,15 +46,6 @@ protected:
     {
         root.setActive(layer);
         post(EventId::LayerActivate, layer);
-    }
-    static std::vector<float> noise(std::size_t count)
-    {
-        std::mt19937 random(1);
-        std::uniform_real_distribution<float> sample(-0.9f, 0.9f);
-        std::vector<float> samples(count);
-        for (float& s : samples)
-            s = sample(random);
-        return samples;
     }
     static std::vector<float> contents(const ILayer& layer)
     {
@@ -212,7 +204,7 @@ TEST_F(SampleEdit, aPointerBeyondTheViewGivesTheEdgeOfTheAmplitudesShown)
 TEST_F(SampleEdit, onlyTheChannelOfTheViewAndTheActiveLayerChange)
 {
     const LayerPtr layer = begin(2);
-    const LayerPtr other = addLayer(noise(140'000));
+    const LayerPtr other = addLayer(noise(140'000, 1, 0.9f));
     const std::vector<float> before = contents(*layer);
     press(view->pixelOf(target, double(sampleOf(*layer, target))));
     move(view->pixelOf(target, 0.125));

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
-
 #include <cmath>
 #include <limits>
 #include <random>
@@ -18,16 +16,6 @@ const std::atomic<bool> notCancelled{false};
 const SamplingFormat mono{SampleTypeReal, 48000, ChannelsTypeAudio, 1, 4};
 const SamplingFormat stereo{SampleTypeReal, 48000, ChannelsTypeAudio, 2, 3};
 const SamplingFormat complexMono{SampleTypeComplex, 48000, ChannelsTypeGeneric, 1, 1};
-
-std::vector<float> noise(std::size_t count, unsigned seed = 1)
-{
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> sample(-1, 1);
-    std::vector<float> samples(count);
-    for (float& s : samples)
-        s = sample(random);
-    return samples;
-}
 
 WaveformRequest requestFor(double start, double length, int width, Filtering filtering = Filtering::Linear)
 {
@@ -109,7 +97,7 @@ TEST_F(Envelope, noSampleIsLeftOutBelow32768SamplesForEachPixel)
 {
     std::vector<float> samples(1'000'000, 0.0f);
     std::mt19937 random(2);
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 30; ++i) {
         const std::size_t at = random() % samples.size();
         samples.assign(samples.size(), 0.0f);
         samples[at] = 1;
@@ -211,8 +199,8 @@ TEST_F(Envelope, aComplexLayerHasTwo)
     for (const double length : {40.0, 5000.0, 20'000.0})
         expectColumns(*render(requestFor(0, length, 200)));
     const QVector4D middle = render(requestFor(0, 20'000, 20))->data[10];
-    EXPECT_GT(middle.y(), 0.9f);
-    EXPECT_LT(middle.w(), -0.2f);
+    EXPECT_GT(middle.y(), 0.4f);
+    EXPECT_LT(middle.w(), -0.3f);
 }
 
 // Published weights of the curve through four points: (-x^3 + 2x^2 - x) / 2 and so on.

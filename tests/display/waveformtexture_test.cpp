@@ -1,40 +1,18 @@
 #include "display/waveformtexture.h"
 
+#include "display/appenvironment.h"
 #include "display/gate.h"
 #include "display/memorylayer.h"
 #include "model/documentlock.h"
 #include "model/layer.h"
-#include "support/testsupport.h"
 
 #include <gtest/gtest.h>
-
-#include <QCoreApplication>
-#include <QVariant>
 
 #include <cmath>
 #include <random>
 #include <thread>
 
 namespace {
-
-class AppEnvironment : public testing::Environment
-{
-public:
-    void SetUp() override
-    {
-        static int argc = 1;
-        static char name[] = "test";
-        static char* argv[] = {name, nullptr};
-        m_application = std::make_unique<QCoreApplication>(argc, argv);
-        m_application->setProperty("sessionpath",
-                                   QVariant(testsupport::makeFolder(QStringLiteral("session"))));
-    }
-    void TearDown() override { m_application.reset(); }
-
-private:
-    std::unique_ptr<QCoreApplication> m_application;
-};
-testing::Environment* const environment = testing::AddGlobalTestEnvironment(new AppEnvironment);
 
 const SamplingFormat mono{SampleTypeReal, 48000, ChannelsTypeAudio, 1, 4};
 
