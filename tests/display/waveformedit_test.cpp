@@ -271,7 +271,7 @@ TEST_F(SampleEdit, editSampleAsksForTheValueOfTheNearestSample)
 {
     const LayerPtr layer = begin();
     const std::vector<float> before = contents(*layer);
-    const QPointF near = view->pixelOf(target + 0.4, 0);
+    const QPointF near = view->pixelOf(target - 0.4, 0);
     const std::unique_ptr<QMenu> menu(view->makeMenu(near));
     ASSERT_EQ(menu->actions().front()->text(), QStringLiteral("Edit Sample..."));
     QStringList seen;
