@@ -254,8 +254,16 @@ MaskedResult cutMasked(const ILayerPtr& layer, const LayerPtr& target, const Mas
     if (isGroup(layer))
         return {};
     MaskedResult result = copyMasked(layer, target, area, progress);
-    if (result.isDone())
-        takeOut(layer, target, result);
+    if (!result.isDone())
+        return result;
+    // What windows at the ends of the layer smear beyond them is no part of it.
+    const Range whole = target->dataRange();
+    const Range inside = whole.intersected(layer->range());
+    target->setRange(inside);
+    takeOut(layer, target, result);
+    target->setRange(whole);
+    if (target->hasStorageError(&result.error))
+        result.state = State::NoSpace;
     return result;
 }
 
@@ -266,14 +274,9 @@ MaskedResult removeMasked(const ILayerPtr& layer, const MaskedArea& area, const 
     const Frames frames = framesOf(area);
     const int32_t hop = area.transform->hop();
     const LayerPtr part = Layer::create(layer->format(), {}, 0, false);
-    MaskedResult result = fill(*layer, *part, area,
-                               reachOf(liveFrames(frames, layer->range(), *area.transform), hop), progress);
-    if (!result.isDone())
-        return result;
-    layer->extendTo(reachOf(frames, hop));
-    if (failed(layer, result.error))
-        result.state = State::NoSpace;
-    else
+    MaskedResult result =
+        fill(*layer, *part, area, reachOf(frames, hop).intersected(layer->range()), progress);
+    if (result.isDone())
         takeOut(layer, part, result);
     return result;
 }

@@ -53,13 +53,14 @@ MaskedResult copyMasked(const ILayerPtr& source, const LayerPtr& target, const M
                         const Progress& progress = {});
 
 // The same, and then takes what is in `target` out of `layer`, so that both together are exactly what
-// was there, up to the rounding of one subtraction. Only the subtraction touches `layer`; it can't be
-// cancelled and is not begun when there is no room for its undo image.
+// was there, up to the rounding of one subtraction. The span of `layer` stays; where it has no samples,
+// `target` is silent. Only the subtraction touches `layer`; it can't be cancelled and is not begun when
+// there is no room for its undo image.
 MaskedResult cutMasked(const ILayerPtr& layer, const LayerPtr& target, const MaskedArea& area,
                        const Progress& progress = {});
 
 // Removes the selected part from `layer`: every frame is left times 1 - mask. Unlike a cut it is not
-// clipped to the span of the selection but reaches one hop beyond its first and last frame, and the
-// layer is made as long. What is removed is first written to a file of its own, so a cancel finds the
-// layer as it was.
+// clipped to the span of the selection but reaches one hop beyond its first and last frame, as far as the
+// layer has samples: its span stays. What is removed is first written to a file of its own, so a cancel
+// finds the layer as it was.
 MaskedResult removeMasked(const ILayerPtr& layer, const MaskedArea& area, const Progress& progress = {});
