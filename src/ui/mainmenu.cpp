@@ -1,6 +1,7 @@
 #include "ui/mainmenu.h"
 
 #include "display/channelsdisplay.h"
+#include "editing/datamanager.h"
 #include "projectfiles/projecttabs.h"
 #include "ui/actiontable.h"
 #include "ui/displaypanel.h"
@@ -26,7 +27,7 @@ struct Row
     const char* menu; // empty: keys only; null: a separator in the menu of the row before
     ActionRow action;
     std::function<void(bool)> triggered;
-    QMenu* submenu = nullptr; // stands in place of an action
+    QMenu* submenu = nullptr; // holds the action; without one (no id) it stands in its place
 };
 
 QString text(const char* source)
@@ -103,10 +104,21 @@ std::vector<Row> fileRows(MainWindow& window)
     };
 }
 
+// A row of an edit; what it needs is followed by followEditing().
+Row editingRow(MainWindow& window, const char* menu, const char* name, const QString& label, const char* tip,
+               void (DataManager::*slot)(), QKeySequence::StandardKey key, const char* keys = "")
+{
+    DataManager& data = window.dataManager();
+    return {menu, {id(name), label, text(tip), key, QString::fromLatin1(keys)}, [&data, slot](bool) {
+                (data.*slot)();
+            }};
+}
+
 std::vector<Row> editRows(MainWindow& window)
 {
     HistoryPanel& history = window.historyPanel();
     const char* const edit = QT_TR_NOOP("&Edit");
+    const auto none = QKeySequence::UnknownKey;
     return {
         {edit,
          {id("editundo"), text("&Undo"), text("Take the last action back"), QKeySequence::Undo},
@@ -114,6 +126,69 @@ std::vector<Row> editRows(MainWindow& window)
         {edit,
          {id("editredo"), text("&Redo"), text("Do again what was taken back"), QKeySequence::Redo},
          [&history](bool) { history.redo(); }},
+        separator,
+        editingRow(window, edit, "editcut", text("Cu&t"), "Move what is selected to the clipboard",
+                   &DataManager::cut, QKeySequence::Cut),
+        editingRow(window, edit, "editcutnew", text("Cut to Ne&w Layer"),
+                   "Move what is selected to a new layer", &DataManager::cutToNew, none, "Ctrl+Shift+X"),
+        editingRow(window, edit, "editcopy", text("&Copy"), "Copy what is selected to the clipboard",
+                   &DataManager::copy, QKeySequence::Copy),
+        editingRow(window, edit, "editcopyall", text("Copy from &All Layers"),
+                   "Copy what is selected of the mix to the clipboard", &DataManager::copyFromAll, none,
+                   "Ctrl+Shift+C"),
+        editingRow(window, edit, "editcopynew", text("Copy to Ne&w Layer"),
+                   "Copy what is selected to a new layer", &DataManager::copyToNew, none, "Ctrl+Alt+C"),
+        editingRow(window, edit, "editpaste", text("&Paste"),
+                   "Add the clipboard to the active layer, in place of what is selected", &DataManager::paste,
+                   QKeySequence::Paste),
+        editingRow(window, edit, "editpastenew", text("Paste to &New Layer"), "The clipboard in a new layer",
+                   &DataManager::pasteToNew, none, "Ctrl+Shift+V"),
+        separator,
+        editingRow(window, edit, "editdel", text("&Delete"), "Take away what is selected", &DataManager::del,
+                   none, "Backspace; Del"),
+    };
+}
+
+std::vector<Row> selectRows(MainWindow& window)
+{
+    const char* const select = QT_TR_NOOP("Select");
+    auto* modify = new QMenu(text("Modify Selection"), &window);
+    const auto row = [&](const char* name, const char* label, const char* tip, void (DataManager::*slot)(),
+                         const char* keys = "", QMenu* submenu = nullptr) {
+        Row made = editingRow(window, select, name, text(label), tip, slot, QKeySequence::UnknownKey, keys);
+        made.submenu = submenu;
+        return made;
+    };
+    return {
+        {select,
+         {id("selectselectall"),
+          text("Select All"),
+          text("Select the whole project"),
+          QKeySequence::SelectAll,
+          {},
+          true},
+         [&data = window.dataManager()](bool) { data.selectAll(); }},
+        row("selectdeselect", "Deselect", "Select nothing", &DataManager::deselect, "Ctrl+D"),
+        row("selectreselect", "Reselect", "Bring the last selection back", &DataManager::reselect,
+            "Ctrl+Shift+D"),
+        {select,
+         {id("selectinvert"), text("Invert Selection"), text("Select what is not selected"),
+          QKeySequence::UnknownKey, QStringLiteral("Ctrl+I"), true},
+         [&data = window.dataManager()](bool) { data.invertSelection(); }},
+        row("selectinvertfreq", "Invert Selection Frequencies",
+            "Select the other frequencies of the selected time", &DataManager::invertSelectionFreq,
+            "Ctrl+Shift+I"),
+        {select, {}, {}, modify},
+        row("selectexpand", "Expand...", "Make the selection larger", &DataManager::expandSelection, "",
+            modify),
+        row("selectcontract", "Contract...", "Make the selection smaller", &DataManager::contractSelection,
+            "", modify),
+        row("selectfade", "Fade...", "Make the edges of the selection softer", &DataManager::fadeSelection,
+            "", modify),
+        separator,
+        row("selectload", "Load Selection...", "Take a saved selection", &DataManager::loadSelection),
+        row("selectsave", "Save Selection...", "Keep the selection under a name",
+            &DataManager::saveSelection),
     };
 }
 
@@ -360,7 +435,7 @@ QMenu* addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>&
             menu->addSeparator();
             continue;
         }
-        if (row.submenu) {
+        if (row.submenu && row.action.id.isEmpty()) {
             menu->addMenu(row.submenu);
             continue;
         }
@@ -369,7 +444,7 @@ QMenu* addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>&
             continue;
         if (!menu)
             menu = window.menuBar()->addMenu(text(row.menu));
-        menu->addAction(action);
+        (row.submenu ? row.submenu : menu)->addAction(action);
     }
     return menu;
 }
@@ -414,6 +489,33 @@ void followLayers(LayersPanel& panel, ActionTable& actions)
     show();
 }
 
+// Enabled as long as there is what they work on.
+void followEditing(MainWindow& window, const ActionTable& actions)
+{
+    DataManager& data = window.dataManager();
+    const auto follow = [&](void (DataManager::*told)(bool), std::initializer_list<const char*> names) {
+        for (const char* name : names) {
+            QAction* action = actions.action(id(name));
+            action->setEnabled(false);
+            QObject::connect(&data, told, action, &QAction::setEnabled);
+        }
+    };
+    follow(&DataManager::selectionEnabled,
+           {"editcut", "editcutnew", "editcopy", "editcopyall", "editcopynew", "editdel", "selectdeselect",
+            "selectinvertfreq", "selectexpand", "selectcontract", "selectfade", "selectsave"});
+    follow(&DataManager::selectionBackupEnabled, {"selectreselect"});
+    follow(&DataManager::selectionLoadEnabled, {"selectload"});
+    for (const char* name : {"editpaste", "editpastenew"}) {
+        QAction* action = actions.action(id(name));
+        const auto refresh = [action, &data, &tabs = window.projectTabs()] {
+            action->setEnabled(data.clipboard() && tabs.currentProject());
+        };
+        refresh();
+        QObject::connect(&data, &DataManager::clipboardEnabled, action, refresh);
+        QObject::connect(&window.projectTabs(), &ProjectTabs::currentProjectChanged, action, refresh);
+    }
+}
+
 } // namespace
 
 void buildMainMenu(MainWindow& window, ActionTable& actions)
@@ -421,6 +523,8 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     window.menuBar()->setAccessibleName(text("Menus"));
     addRows(window, actions, fileRows(window));
     addRows(window, actions, editRows(window));
+    addRows(window, actions, selectRows(window));
+    followEditing(window, actions);
     addRows(window, actions, projectRows(window));
     addRows(window, actions, layerRows(window));
     addRows(window, actions, displayRows(window));

@@ -2,6 +2,7 @@
 
 #include "display/channelsdisplay.h"
 #include "display/overviewbar.h"
+#include "editing/datamanager.h"
 #include "plugins/pluginloader.h"
 #include "projectfiles/hostservices.h"
 #include "projectfiles/projecttabs.h"
@@ -76,6 +77,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     setFocusPolicy(Qt::ClickFocus);
     buildCentral();
     buildPanels();
+    m_data = new DataManager(this);
     m_recent = new RecentFiles(tr("Open &Recent"), this, this);
     m_actions = new ActionTable(*this);
     buildMainMenu(*this, *m_actions);
@@ -88,6 +90,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     connect(m_tabs, &ProjectTabs::recentFileUpdated, m_recent, &RecentFiles::add);
     connect(m_tabs, &ProjectTabs::becameIdle, this, &MainWindow::sessionImport, Qt::QueuedConnection);
     connect(m_channelsPanel, &ChannelsPanel::formatRequested, m_tabs, [this] { m_tabs->changeFormat(); });
+    connect(m_data, &DataManager::becameIdle, this, &MainWindow::sessionImport, Qt::QueuedConnection);
     connect(m_historyPanel, &HistoryPanel::duplicateProjectRequested, m_tabs,
             [this] { m_tabs->duplicateProject(); });
     connect(m_recent, &RecentFiles::chosen, m_tabs, [this](const QString& path) { m_tabs->parse(path); });
@@ -110,6 +113,7 @@ MainWindow::~MainWindow()
     // The views and panels go first, then the projects whose layers they hold.
     qDeleteAll(m_panels);
     delete m_display;
+    delete m_data;
     delete m_tabs;
 }
 
@@ -230,7 +234,7 @@ void MainWindow::sessionImport()
     if (!read.fault.isEmpty())
         qWarning().noquote() << QStringLiteral("session import ended early: ") + read.fault;
     // A command in work runs the event loop; what arrives meanwhile waits for its end.
-    if (m_importing || m_tabs->isBusy())
+    if (m_importing || m_tabs->isBusy() || m_data->isBusy())
         return;
     m_importing = true;
     while (!m_records.isEmpty())

@@ -12,6 +12,7 @@
 class ActionTable;
 class ChannelsDisplay;
 class ChannelsPanel;
+class DataManager;
 class DisplayPanel;
 class HistoryPanel;
 class LayersPanel;
@@ -39,6 +40,7 @@ public:
 
     [[nodiscard]] ProjectTabs& projectTabs() { return *m_tabs; }
     [[nodiscard]] ChannelsDisplay& channelsDisplay() { return *m_display; }
+    [[nodiscard]] DataManager& dataManager() { return *m_data; }
     [[nodiscard]] RecentFiles& recentFiles() { return *m_recent; }
     [[nodiscard]] ActionTable& actionTable() { return *m_actions; }
     [[nodiscard]] DisplayPanel& displayPanel() { return *m_displayPanel; }
@@ -98,6 +100,7 @@ private:
     // Children of the window.
     ProjectTabs* m_tabs = nullptr;
     ChannelsDisplay* m_display = nullptr;
+    DataManager* m_data = nullptr;
     RecentFiles* m_recent = nullptr;
     ActionTable* m_actions = nullptr;
     StatusReadout* m_status = nullptr;

@@ -25,15 +25,18 @@ class Application : public testing::Environment
         static int count = 1;
         static char name[] = "model";
         static char* arguments[] = {name, nullptr};
-        m_application = std::make_unique<QCoreApplication>(count, arguments);
+        // A test with widgets has one already.
+        if (!QCoreApplication::instance())
+            m_application = std::make_unique<QCoreApplication>(count, arguments);
         // Thousands of little files: in memory where there is room for that, as a disk under load
         // takes milliseconds for each.
         constexpr qint64 enough = 1LL << 30;
         if (QStorageInfo(QStringLiteral("/dev/shm")).bytesAvailable() > enough)
             m_folder = std::make_unique<QTemporaryDir>(QStringLiteral("/dev/shm/morvane-test-XXXXXX"));
-        m_application->setProperty("sessionpath", m_folder && m_folder->isValid()
-                                                      ? m_folder->path()
-                                                      : testsupport::makeFolder(QStringLiteral("session")));
+        const QString folder = m_folder && m_folder->isValid()
+                                   ? m_folder->path()
+                                   : testsupport::makeFolder(QStringLiteral("session"));
+        QCoreApplication::instance()->setProperty("sessionpath", folder);
     }
     void TearDown() override
     {

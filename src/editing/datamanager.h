@@ -1,0 +1,81 @@
+// The editing controller of the window.
+#pragma once
+
+#include "editing/clipboardcommands.h"
+#include "editing/editdesk.h"
+#include "editing/selectioncommands.h"
+#include "editing/toolrunner.h"
+#include "model/events.h"
+
+#include <QObject>
+
+// What the menus call: each slot is one edit on the active layer and the selection of the project in
+// front, undone in one step. It follows the project by the bus alone. A thin facade: a collaborator for
+// each family of commands does the work. While one command is in work (a dialog of it runs the event
+// loop), further ones do nothing. GUI thread.
+class DataManager : public QObject, public IEvent
+{
+    Q_OBJECT
+
+public:
+    // `window`: parent of the boxes and dialogs; may be null.
+    explicit DataManager(QWidget* window);
+    ~DataManager() override;
+
+    // A command is in work: whoever brings files from outside waits for becameIdle().
+    [[nodiscard]] bool isBusy() const { return m_desk.isBusy(); }
+    [[nodiscard]] const LayerPtr& clipboard() const { return m_clipboard.clipboard(); }
+    // For tests and for the neighbours that bring families of commands of their own.
+    [[nodiscard]] EditDesk& desk() { return m_desk; }
+    [[nodiscard]] ClipboardCommands& clipboardCommands() { return m_clipboard; }
+
+public Q_SLOTS:
+    void del() { m_clipboard.del(); }
+    void cut() { m_clipboard.cut(); }
+    void cutToNew() { m_clipboard.cutToNew(); }
+    void copy() { m_clipboard.copy(); }
+    void copyFromAll() { m_clipboard.copyFromAll(); }
+    void copyToNew() { m_clipboard.copyToNew(); }
+    void paste() { m_clipboard.paste(); }
+    void pasteToNew() { m_clipboard.pasteToNew(); }
+    void selectAll() { m_selection.selectAll(); }
+    void deselect() { m_selection.deselect(); }
+    void reselect() { m_selection.reselect(); }
+    void invertSelection() { m_selection.invert(); }
+    void invertSelectionFreq() { m_selection.invertFrequencies(); }
+    void modifySelection(bool expand, bool fade) { m_selection.modify(expand, fade); }
+    void expandSelection() { modifySelection(true, false); }
+    void contractSelection() { modifySelection(false, false); }
+    void fadeSelection() { modifySelection(true, true); }
+    void loadSelection() { m_selection.load(); }
+    void saveSelection() { m_selection.save(); }
+    // Hands the last state of the mouse to the active tool.
+    void executeTool() { m_tool.execute(); }
+
+Q_SIGNALS:
+    void selectionEnabled(bool enabled);
+    void clipboardEnabled(bool enabled);
+    void selectionBackupEnabled(bool enabled);
+    void selectionLoadEnabled(bool enabled);
+    void becameIdle();
+
+public:
+    void samplingFormatEvent(EventId, const SamplingFormat& format) override;
+    void channelsModeEvent(EventId, const ChannelsMode& mode) override;
+    void transformEvent(EventId, const TransformSettings& settings) override;
+    void layerRootEvent(EventId, const LayerRoot& root) override;
+    void layerEvent(EventId id, const ILayerPtr& layer) override;
+    void areaEvent(EventId, const Area& area) override;
+    void selectionEvent(EventId, const Selection& selection) override;
+    void transportPositionEvent(EventId id, const int64_t& position) override;
+    void mousePositionEvent(EventId, const MouseEvent& event) override;
+    void controlIdEvent(EventId, const int32_t& id) override;
+    void toolEvent(EventId id) override;
+    void toolPluginEvent(EventId id, const ToolActivation& tool) override;
+
+private:
+    EditDesk m_desk;
+    ClipboardCommands m_clipboard;
+    SelectionCommands m_selection;
+    ToolRunner m_tool;
+};

@@ -1,0 +1,231 @@
+#include "editing/editdesk.h"
+
+#include "base/clock.h"
+#include "ui/widgets/messages.h"
+
+#include <QCoreApplication>
+#include <QVariant>
+
+namespace {
+
+constexpr int64_t defaultBufferMB = 300;
+
+int64_t bufferMB()
+{
+    const QCoreApplication* application = QCoreApplication::instance();
+    bool isNumber = false;
+    const int64_t size = application ? application->property("maxbuffersizemb").toLongLong(&isNumber) : 0;
+    return isNumber ? size : defaultBufferMB;
+}
+
+} // namespace
+
+EditDesk::Action::Action(EditDesk& desk) : m_desk(desk), m_runs(!desk.m_busy)
+{
+    if (!m_runs)
+        return;
+    desk.m_busy = true;
+    desk.m_actionTime = nextTimeStamp();
+}
+
+EditDesk::Action::~Action()
+{
+    if (!m_runs)
+        return;
+    m_desk.m_busy = false;
+    Q_EMIT m_desk.becameIdle();
+}
+
+EditDesk::EditDesk(IEvent* listener, QWidget* window) : m_listener(listener), m_window(window) {}
+
+EditDesk::~EditDesk() = default;
+
+LayerGroupPtr EditDesk::layers() const
+{
+    return m_state.root ? m_state.root->project() : nullptr;
+}
+
+ILayerPtr EditDesk::activeLayer() const
+{
+    return m_state.root ? m_state.root->layer(-1) : nullptr;
+}
+
+MaskedArea EditDesk::maskedArea() const
+{
+    return {m_state.selection, m_state.transform, m_state.channels.selected};
+}
+
+QList<ILayerPtr> EditDesk::tree() const
+{
+    if (!m_state.root)
+        return {};
+    QList<ILayerPtr> all{m_state.root->project()};
+    return all << m_state.root->allLayers();
+}
+
+// --- frames ----------------------------------------------------------------------------------------
+
+std::shared_ptr<SpectralBuffer> EditDesk::spectralBufferFor(const ILayerPtr& layer)
+{
+    std::shared_ptr<SpectralBuffer>& buffer = m_buffers[layer];
+    if (!buffer) {
+        buffer = std::make_shared<SpectralBuffer>();
+        buffer->setBufferSizeMB(layer == activeLayer() ? bufferMB() : 0);
+        buffer->setLayer(layer);
+        buffer->setSettings(m_state.transform);
+    }
+    return buffer;
+}
+
+void EditDesk::releaseBuffers()
+{
+    for (const auto& buffer : qAsConst(m_buffers))
+        (void)buffer->release(); // the layer remembers what failed
+}
+
+void EditDesk::commitBuffers()
+{
+    for (const auto& buffer : qAsConst(m_buffers))
+        (void)buffer->commit();
+}
+
+// Only the active layer is worked on frame by frame for long.
+void EditDesk::limitBuffers()
+{
+    const ILayerPtr active = activeLayer();
+    for (auto it = m_buffers.begin(); it != m_buffers.end(); ++it)
+        it.value()->setBufferSizeMB(it.key() == active ? bufferMB() : 0);
+}
+
+// --- what the bus tells ----------------------------------------------------------------------------
+
+void EditDesk::rootChanged(const LayerRoot& root)
+{
+    m_state.root = root;
+    m_known = tree();
+    for (auto it = m_buffers.begin(); it != m_buffers.end();)
+        it = m_known.contains(it.key()) ? std::next(it) : m_buffers.erase(it);
+    limitBuffers();
+    const ILayerPtr owner = root.layer(RootProject);
+    if (owner == m_owner.lock())
+        return;
+    m_owner = owner;
+    m_modified = false; // what is left open in the other project is taken up by its own history
+    for (auto it = m_memories.begin(); it != m_memories.end();)
+        it = it->first.expired() ? m_memories.erase(it) : std::next(it);
+    tellMemory();
+}
+
+void EditDesk::selectionChanged(const Selection& selection)
+{
+    m_state.selection = m_told = selection;
+    Q_EMIT selectionEnabled(!selection.isEmpty());
+}
+
+void EditDesk::transformChanged(const TransformSettings& settings)
+{
+    m_state.transform = std::make_shared<const Transform>(settings);
+    for (const auto& buffer : qAsConst(m_buffers))
+        buffer->setSettings(m_state.transform);
+}
+
+void EditDesk::activeChanged()
+{
+    limitBuffers();
+}
+
+void EditDesk::tellMemory()
+{
+    Q_EMIT selectionBackupEnabled(!memory().last.isEmpty());
+    tellSaved();
+}
+
+void EditDesk::tellSaved()
+{
+    Q_EMIT selectionLoadEnabled(!memory().saved.isEmpty());
+}
+
+// --- closing ---------------------------------------------------------------------------------------
+
+void EditDesk::commit(const QString& label, const QIcon& icon)
+{
+    commitBuffers();
+    tellContents();
+    tellTree();
+    tellSelection();
+    if (!m_modified || label.isEmpty())
+        return;
+    m_modified = false;
+    HistoryEntry entry;
+    entry.name = label;
+    entry.icon = icon;
+    postEvent(m_listener, EventId::HistoryRecord, entry, m_listener);
+}
+
+void EditDesk::tellContents()
+{
+    for (const ILayerPtr& layer : tree()) {
+        if (layer->contentTime() < m_actionTime)
+            continue;
+        m_modified = m_modified || layer->hasBackup();
+        postEvent<ILayerPtr>(m_listener, EventId::LayerContentUpdate, layer, m_listener);
+    }
+}
+
+void EditDesk::tellTree()
+{
+    const QList<ILayerPtr> now = tree();
+    if (now == m_known)
+        return;
+    m_known = now;
+    m_modified = true;
+    for (auto it = m_buffers.begin(); it != m_buffers.end();)
+        it = now.contains(it.key()) ? std::next(it) : m_buffers.erase(it);
+    postEvent(m_listener, EventId::LayerRootChange, *m_state.root, m_listener);
+}
+
+void EditDesk::tellSelection()
+{
+    if (!(m_state.selection == m_told)) {
+        m_told = m_state.selection;
+        m_modified = true;
+        if (!m_told.isEmpty()) {
+            memory().last = m_told;
+            Q_EMIT selectionBackupEnabled(true);
+        }
+        postEvent(m_listener, EventId::SelectionChange, m_told, m_listener);
+    }
+    Q_EMIT selectionEnabled(!m_state.selection.isEmpty());
+}
+
+void EditDesk::rollBack(const QString& label, const QString& words)
+{
+    m_state.selection = m_told;
+    for (const ILayerPtr& layer : tree()) {
+        const auto stored = std::dynamic_pointer_cast<Layer>(layer);
+        if (stored)
+            stored->takeStorageError();
+        if (layer->contentTime() < m_actionTime || !layer->hasBackup())
+            continue;
+        layer->resetToBackup();
+        if (stored)
+            stored->takeStorageError();
+        postEvent<ILayerPtr>(m_listener, EventId::LayerContentUpdate, layer, m_listener);
+    }
+    releaseBuffers();
+    messages::critical(m_window, label, tr("The last action could not be stored and was taken back."), words);
+}
+
+void EditDesk::moveTransport(int64_t position)
+{
+    m_state.transportPosition = position;
+    postEvent(m_listener, EventId::TransportPositionChange, position, m_listener);
+}
+
+void EditDesk::activate(const ILayerPtr& layer)
+{
+    m_state.root->setActive(layer);
+    tellTree(); // nobody hears of a layer that he does not know
+    limitBuffers();
+    postEvent<ILayerPtr>(m_listener, EventId::LayerActivate, layer, m_listener);
+}

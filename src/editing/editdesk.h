@@ -1,0 +1,138 @@
+// What all commands on a document share: its state as the bus tells it, and the closing of an edit.
+#pragma once
+
+#include "model/events.h"
+#include "model/historyentry.h"
+#include "model/layerroot.h"
+#include "model/selection.h"
+#include "spectral/maskedcopy.h"
+#include "spectral/spectralbuffer.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+
+#include <QMap>
+#include <QObject>
+
+class QWidget;
+
+// Copies of the project in front. Written by DataManager as the bus tells them; the commands change
+// `selection` and the tree, and closing the edit tells everybody.
+struct EditState
+{
+    SamplingFormat format;
+    ChannelsMode channels;
+    std::shared_ptr<const Transform> transform; // null until told; settings for `format`
+    std::optional<LayerRoot> root;              // nothing until told
+    Area area;                                  // in view
+    Selection selection;
+    int64_t transportPosition = 0;
+};
+
+// The road of an edit: a command makes an Action (which refuses while another one runs), checks its
+// guards, changes samples, tree or state().selection, and calls commit(). What could not be stored goes
+// to rollBack() instead. GUI thread.
+class EditDesk : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Events are told in the name of `listener`, and not to it. Boxes lie over `window` (may be null).
+    EditDesk(IEvent* listener, QWidget* window);
+    ~EditDesk() override;
+
+    // For the time of a command. A progress dialog runs the event loop, from which no second one starts.
+    class Action
+    {
+    public:
+        explicit Action(EditDesk& desk);
+        ~Action();
+        Action(const Action&) = delete;
+        Action& operator=(const Action&) = delete;
+        // False: another one is in work, and this one does nothing.
+        explicit operator bool() const { return m_runs; }
+
+    private:
+        EditDesk& m_desk;
+        bool m_runs;
+    };
+
+    [[nodiscard]] EditState& state() { return m_state; }
+    [[nodiscard]] const EditState& state() const { return m_state; }
+    [[nodiscard]] QWidget* window() const { return m_window; }
+    [[nodiscard]] bool isBusy() const { return m_busy; }
+
+    // The group of the user's layers; null without a project.
+    [[nodiscard]] LayerGroupPtr layers() const;
+    // Null when there is none.
+    [[nodiscard]] ILayerPtr activeLayer() const;
+    // What a spectral command works on.
+    [[nodiscard]] MaskedArea maskedArea() const;
+
+    // The frames of a layer, for tools and processes; made on the first call.
+    [[nodiscard]] std::shared_ptr<SpectralBuffer> spectralBufferFor(const ILayerPtr& layer);
+    // Before samples are changed other than through the buffers, and afterwards: pending frames are
+    // written and all are forgotten.
+    void releaseBuffers();
+
+    // Closes an edit: frames are written, layers whose content has changed since the Action began are
+    // told, so are tree and selection as far as they are other ones, and a state of the history is
+    // recorded when anything has changed, here or in edits that were closed without a label.
+    void commit(const QString& label, const QIcon& icon);
+    // The next labelled commit() records a state even if nothing seems to have changed.
+    void markModified() { m_modified = true; }
+    // Takes what the Action has done to samples and selection back, and shows one box, titled `label`,
+    // with `words` (folder and cause). No state is recorded.
+    void rollBack(const QString& label, const QString& words);
+
+    void moveTransport(int64_t position);
+    // Makes a layer of the tree the active one; tells the tree first when it is another one.
+    void activate(const ILayerPtr& layer);
+
+    // Of the project in front.
+    struct Memory
+    {
+        Selection last; // the last one that was not empty
+        QMap<QString, Selection> saved;
+    };
+    [[nodiscard]] Memory& memory() { return m_memories[m_owner]; }
+    // The saved selections are other ones.
+    void tellSaved();
+
+    // To be called when the bus has told the thing.
+    void rootChanged(const LayerRoot& root);
+    void selectionChanged(const Selection& selection);
+    void transformChanged(const TransformSettings& settings);
+    void activeChanged();
+
+Q_SIGNALS:
+    void selectionEnabled(bool enabled);
+    void selectionBackupEnabled(bool enabled);
+    void selectionLoadEnabled(bool enabled);
+    // A command has ended.
+    void becameIdle();
+
+private:
+    void limitBuffers();
+    void commitBuffers();
+    void tellContents();
+    void tellTree();
+    void tellSelection();
+    void tellMemory();
+    // "Project" and everything below.
+    [[nodiscard]] QList<ILayerPtr> tree() const;
+
+    IEvent* m_listener;
+    QWidget* m_window;
+    EditState m_state;
+    bool m_busy = false;
+    bool m_modified = false;
+    int64_t m_actionTime = 0;
+    Selection m_told;         // as everybody knows it
+    QList<ILayerPtr> m_known; // the tree as everybody knows it
+    std::weak_ptr<ILayer> m_owner;
+    // Of projects that are open, by their group of layers.
+    std::map<std::weak_ptr<ILayer>, Memory, std::owner_less<std::weak_ptr<ILayer>>> m_memories;
+    QHash<ILayerPtr, std::shared_ptr<SpectralBuffer>> m_buffers;
+};
