@@ -32,7 +32,9 @@ struct Cut
 struct Cuts
 {
     int parts;
-    std::vector<Cut> options; // finest first
+    // Finest first; what parts the stretch next to 0 further, where an uneven ruler has most room, comes
+    // before what parts evenly and ends there.
+    std::vector<Cut> options;
 };
 
 const Cuts& cutsOf(Parting parting)
@@ -40,16 +42,16 @@ const Cuts& cutsOf(Parting parting)
     static const Cuts tenths = {10,
                                 {{{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, false, 1},
                                  {{0, 1, 2, 4, 6, 8, 10}, true, 1},
-                                 {{0, 2, 4, 6, 8, 10}, false, 2},
                                  {{0, 1, 2, 5, 10}, true, 1},
                                  {{0, 1, 10}, true, 1},
+                                 {{0, 2, 4, 6, 8, 10}, false, 2},
                                  {{0, 5, 10}, false, 5}}};
     static const Cuts eighths = {8,
                                  {{{0, 1, 2, 3, 4, 5, 6, 7, 8}, false, 1},
                                   {{0, 1, 2, 4, 6, 8}, true, 1},
-                                  {{0, 2, 4, 6, 8}, false, 2},
                                   {{0, 1, 2, 4, 8}, true, 1},
                                   {{0, 1, 8}, true, 1},
+                                  {{0, 2, 4, 6, 8}, false, 2},
                                   {{0, 4, 8}, false, 4}}};
     return parting == Parting::Tenths ? tenths : eighths;
 }
