@@ -1,43 +1,34 @@
 #include "display/channelsdisplay.h"
 
+#include "display/channelname.h"
+#include "display/channelrow.h"
+#include "display/frequencyscale.h"
+#include "display/overviewbar.h"
+#include "display/properties.h"
+#include "display/qsplitterext.h"
+#include "display/scalegrip.h"
 #include "display/spectralchannel.h"
-#include "display/viewgeometry.h"
-#include "model/layerroot.h"
-#include "model/types/channellabels.h"
+#include "display/timeline.h"
+#include "display/waveformchannel.h"
 
+#include <algorithm>
+
+#include <QCoreApplication>
 #include <QEvent>
 #include <QFrame>
-#include <QHBoxLayout>
+#include <QGridLayout>
 #include <QLabel>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
-#include <cmath>
-
 namespace {
 
-constexpr double degreesPerOctave = 480; // of wheel angle for a factor of two
-constexpr int notch = 120;
-constexpr PointD middle{0.5, 0.5}; // of a view, as shares
-constexpr int rowGap = 2;          // logical pixels
-
-bool contains(const Area& outer, const Area& inner)
-{
-    return outer.x <= inner.x && inner.x + inner.width <= outer.x + outer.width && outer.y <= inner.y &&
-           inner.y + inner.height <= outer.y + outer.height;
-}
-
-// The way through the frequency scale and back costs the last digits; an area that shows the whole
-// band shows exactly that.
-Area exactEdges(Area area, const Area& limits)
-{
-    const double tolerance = 1e-9 * limits.height;
-    if (std::abs(area.y - limits.y) < tolerance && std::abs(area.height - limits.height) < tolerance) {
-        area.y = limits.y;
-        area.height = limits.height;
-    }
-    return area;
-}
+// Logical pixels.
+constexpr int rowGap = 2;
+constexpr int defaultRulerWidth = 56;
+constexpr int narrowestRuler = 24;
+constexpr int widestRuler = 240;
+constexpr int messageMargin = 16;
 
 QLabel* makeHint(QWidget* parent)
 {
@@ -51,28 +42,41 @@ QLabel* makeHint(QWidget* parent)
     return hint;
 }
 
-// The name at the left of a view: short on sight, in full as tool tip.
-QLabel* makeName(const SamplingFormat& format, int channel, QWidget* parent)
+QLabel* makeMessage(QWidget* parent)
 {
-    const QString name = channelLabel(format.channelsType, format.channelsMask, channel);
-    auto* label = new QLabel(channelShortLabel(format.channelsType, format.channelsMask, channel), parent);
-    label->setObjectName(QStringLiteral("channelname"));
-    label->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
-    label->setToolTip(name);
-    label->setAccessibleName(ChannelsDisplay::tr("Channel %1: %2").arg(channel + 1).arg(name));
-    return label;
+    auto* message = new QLabel(parent);
+    message->setObjectName(QStringLiteral("message"));
+    message->setAlignment(Qt::AlignCenter);
+    message->setWordWrap(true);
+    message->setTextFormat(Qt::PlainText);
+    message->setAttribute(Qt::WA_TransparentForMouseEvents);
+    message->hide();
+    return message;
 }
 
 } // namespace
 
 ChannelsDisplay::ChannelsDisplay(QWidget* parent)
     : QWidget(parent),
-      IEvent(QStringLiteral("ChannelsDisplay")),
+      ViewState(QStringLiteral("ChannelsDisplay")),
+      m_splitterRatio(propertyOr("waveformdisplay", 0.1).toFloat()),
+      m_head(new QWidget(this)),
+      m_overview(new OverviewBar(m_head)),
+      m_timeLine(new TimeLine(m_head)),
+      m_grip(new ScaleGrip(m_head)),
       m_hint(makeHint(this)),
-      m_scroll(new QScrollArea(this))
+      m_scroll(new QScrollArea(this)),
+      m_message(makeMessage(this))
 {
     setObjectName(QStringLiteral("channels"));
     setAccessibleName(tr("Channels"));
+    m_head->setObjectName(QStringLiteral("head"));
+    m_head->hide();
+    auto* head = new QGridLayout(m_head);
+    head->setSpacing(0);
+    head->addWidget(m_overview, 0, 0);
+    head->addWidget(m_timeLine, 1, 0);
+    head->addWidget(m_grip, 1, 1);
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setWidgetResizable(true);
     m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -82,43 +86,71 @@ ChannelsDisplay::ChannelsDisplay(QWidget* parent)
     layout->setContentsMargins({});
     layout->setSpacing(0);
     layout->addWidget(m_hint, 1);
+    layout->addWidget(m_head);
     layout->addWidget(m_scroll, 1);
+    connect(m_grip, &ScaleGrip::shifted, this, &ChannelsDisplay::scaleResize);
+    connect(m_timeLine, &TimeLine::playOrStopToggled, this, &ChannelsDisplay::playOrStopToggled);
+    connect(this, &ChannelsDisplay::started, m_timeLine, &TimeLine::startPlaying);
+    connect(this, &ChannelsDisplay::stopped, m_timeLine, &TimeLine::stopPlaying);
 }
 
 ChannelsDisplay::~ChannelsDisplay() = default;
 
+QList<SpectralChannel*> ChannelsDisplay::spectralChannels() const
+{
+    QList<SpectralChannel*> views;
+    for (const ChannelRow* row : m_rows)
+        views << row->spectral();
+    return views;
+}
+
+QList<WaveformChannel*> ChannelsDisplay::waveformChannels() const
+{
+    QList<WaveformChannel*> views;
+    for (const ChannelRow* row : m_rows)
+        views << row->waveform();
+    return views;
+}
+
+// --- rows -------------------------------------------------------------------------------------------
+
+ChannelRow* ChannelsDisplay::addRow(const SamplingFormat& format, int channel, QWidget* column)
+{
+    auto* row = new ChannelRow(format, channel, column);
+    row->setMinimumHeight(minRowHeight);
+    row->spectral()->setTransform(m_transform);
+    row->splitter()->setRatio(m_splitterRatio);
+    row->spectral()->installEventFilter(this);
+    row->waveform()->installEventFilter(this);
+    connect(row->splitter(), &QSplitter::splitterMoved, this, &ChannelsDisplay::moveSplitter);
+    SpectralChannel* view = row->spectral();
+    connect(view, &SpectralChannel::playOrStopToggled, this, &ChannelsDisplay::playOrStopToggled);
+    connect(this, &ChannelsDisplay::started, view, [view] { view->setPlaying(true); });
+    connect(this, &ChannelsDisplay::stopped, view, [view] { view->setPlaying(false); });
+    connect(&row->name(), &ChannelName::muteToggled, this,
+            [this, channel] { toggleMode(channel, &ChannelsMode::enabled); });
+    connect(&row->name(), &ChannelName::soloToggled, this,
+            [this, channel] { toggleMode(channel, &ChannelsMode::solo); });
+    return row;
+}
+
 void ChannelsDisplay::buildRows(const SamplingFormat& format)
 {
-    m_channels.clear();
+    m_rows.clear();
     auto* column = new QWidget;
     column->setObjectName(QStringLiteral("rows"));
-    auto* rows = new QVBoxLayout(column);
-    rows->setContentsMargins({});
-    rows->setSpacing(rowGap);
+    auto* layout = new QVBoxLayout(column);
+    layout->setContentsMargins({});
+    layout->setSpacing(rowGap);
     for (int channel = 0; channel < format.channels; ++channel) {
-        // The row keeps its place while the view in it is hidden.
-        auto* row = new QWidget(column);
-        row->setMinimumHeight(minRowHeight);
-        auto* line = new QHBoxLayout(row);
-        line->setContentsMargins({});
-        line->setSpacing(0);
-        line->addWidget(makeName(format, channel, row));
-        auto* view = new SpectralChannel(channel, row);
-        view->hide();
-        view->setTransform(m_transform);
-        view->installEventFilter(this);
-        QSizePolicy policy = view->sizePolicy();
-        policy.setRetainSizeWhenHidden(true);
-        view->setSizePolicy(policy);
-        view->setAccessibleName(
-            tr("Spectrogram, %1").arg(channelLabel(format.channelsType, format.channelsMask, channel)));
-        line->addWidget(view, 1);
-        rows->addWidget(row, 1);
-        m_channels << view;
+        m_rows << addRow(format, channel, column);
+        layout->addWidget(m_rows.last(), 1);
     }
     column->installEventFilter(this);
     // Deletes the rows that were there.
     m_scroll->setWidget(column);
+    showMode();
+    layOutHead();
 }
 
 void ChannelsDisplay::showRowsInSight()
@@ -129,137 +161,179 @@ void ChannelsDisplay::showRowsInSight()
     if (!column || !isVisible() || column->height() < column->minimumSizeHint().height())
         return;
     column->layout()->activate();
-    for (SpectralChannel* view : qAsConst(m_channels)) {
-        const QWidget* row = view->parentWidget();
-        const QRect place(row->mapTo(viewport, QPoint(0, 0)), row->size());
-        view->setVisible(place.intersects(viewport->rect()));
-    }
+    for (ChannelRow* row : qAsConst(m_rows))
+        row->setViewsVisible(
+            QRect(row->mapTo(viewport, QPoint(0, 0)), row->size()).intersects(viewport->rect()));
 }
 
 bool ChannelsDisplay::eventFilter(QObject* object, QEvent* event)
 {
-    if (event->type() == QEvent::Leave)
-        Q_EMIT pointerLeft();
+    if (object != m_scroll->widget()) {
+        if (event->type() == QEvent::Leave)
+            Q_EMIT pointerLeft();
+        return QWidget::eventFilter(object, event);
+    }
     // The column was laid out or moved under the viewport.
-    if (object == m_scroll->widget() &&
-        (event->type() == QEvent::Resize || event->type() == QEvent::Move ||
-         event->type() == QEvent::LayoutRequest || event->type() == QEvent::Show))
+    if (event->type() == QEvent::Resize || event->type() == QEvent::Move ||
+        event->type() == QEvent::LayoutRequest || event->type() == QEvent::Show)
         QMetaObject::invokeMethod(this, &ChannelsDisplay::showRowsInSight, Qt::QueuedConnection);
+    if (event->type() == QEvent::Resize)
+        layOutHead(); // the scroll bar has come or gone
     return QWidget::eventFilter(object, event);
 }
 
 bool ChannelsDisplay::isSettled() const
 {
-    for (const SpectralChannel* view : m_channels)
-        if (!view->visibleRegion().isEmpty() && view->isOutstanding())
+    for (const ChannelRow* row : m_rows) {
+        if (!row->spectral()->visibleRegion().isEmpty() && row->spectral()->isOutstanding())
             return false;
+        if (!row->waveform()->visibleRegion().isEmpty() && row->waveform()->isOutstanding())
+            return false;
+    }
     return true;
 }
 
-Area ChannelsDisplay::limits() const
+// --- layout -----------------------------------------------------------------------------------------
+
+int ChannelsDisplay::rulerWidth() const
 {
-    return m_layers ? fullBandArea(m_convert.format, m_layers->range()) : Area();
+    const int asked = propertyOr("scalebar", defaultRulerWidth).toInt();
+    const int needed = m_rows.isEmpty() ? narrowestRuler : m_rows.first()->neededRulerWidth(convert());
+    return std::clamp(asked, needed, std::max(needed, widestRuler));
 }
 
-void ChannelsDisplay::samplingFormatEvent(EventId, const SamplingFormat& format)
+// The axis of the time ruler is that of the views.
+void ChannelsDisplay::layOutHead()
 {
-    const bool same = m_convert.format == format;
-    m_convert.format = format;
+    const int width = rulerWidth();
+    for (ChannelRow* row : qAsConst(m_rows))
+        row->setRulerWidth(width);
+    const int scrollBar = m_scroll->width() - m_scroll->viewport()->width();
+    m_head->layout()->setContentsMargins(ChannelRow::nameWidth, 0, width - m_grip->width() + scrollBar, 0);
+}
+
+void ChannelsDisplay::scaleResize(int shift)
+{
+    if (!hasProject())
+        return;
+    // From what is seen, not from a smaller value that the texts have no room in.
+    QCoreApplication::instance()->setProperty("scalebar",
+                                              std::clamp(rulerWidth() + shift, narrowestRuler, widestRuler));
+    layOutHead();
+}
+
+void ChannelsDisplay::moveSplitter(int pos, int)
+{
+    if (m_rows.isEmpty())
+        return;
+    const auto* moved = qobject_cast<const QSplitterExt*>(sender());
+    const int height = (moved ? moved : m_rows.first()->splitter())->height();
+    if (height < 1)
+        return;
+    m_splitterRatio = std::clamp(float(pos) / float(height), 0.0f, 1.0f);
+    postEvent(this, EventId::DisplaySplitterRatioChange, m_splitterRatio, this);
+    refreshSplitter();
+}
+
+void ChannelsDisplay::refreshSplitter()
+{
+    for (ChannelRow* row : qAsConst(m_rows))
+        row->splitter()->setRatio(m_splitterRatio);
+}
+
+void ChannelsDisplay::setMessage(QString message)
+{
+    if (!hasProject())
+        message.clear();
+    m_message->setText(message);
+    m_message->setVisible(!message.isEmpty());
+    placeMessage();
+}
+
+void ChannelsDisplay::placeMessage()
+{
+    const int widest = std::max(0, width() - 2 * messageMargin);
+    m_message->setWordWrap(false);
+    QSize size = m_message->sizeHint();
+    if (size.width() > widest) {
+        m_message->setWordWrap(true);
+        size = {widest, m_message->heightForWidth(widest)};
+    }
+    m_message->setGeometry((width() - size.width()) / 2, height() - size.height() - messageMargin,
+                           size.width(), size.height());
+    m_message->raise();
+}
+
+void ChannelsDisplay::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    placeMessage();
+}
+
+void ChannelsDisplay::showMode()
+{
+    for (int channel = 0; channel < m_rows.size(); ++channel)
+        m_rows[channel]->name().setMode(channel >= m_mode.enabled.size() || m_mode.enabled.testBit(channel),
+                                        channel < m_mode.solo.size() && m_mode.solo.testBit(channel));
+}
+
+// --- events -----------------------------------------------------------------------------------------
+
+void ChannelsDisplay::viewStateChanged()
+{
+    if (!m_rows.isEmpty() && m_rows.first()->frequencyScale()->width() != rulerWidth())
+        layOutHead(); // another unit
+}
+
+void ChannelsDisplay::samplingFormatEvent(EventId id, const SamplingFormat& format)
+{
+    const bool same = convert().format == format;
+    ViewState::samplingFormatEvent(id, format);
     if (!same)
         buildRows(format);
     m_hint->setVisible(format.channels < 1);
+    m_head->setVisible(format.channels > 0);
     m_scroll->setVisible(format.channels > 0);
+    if (format.channels < 1)
+        setMessage({});
 }
 
-void ChannelsDisplay::transformEvent(EventId, const TransformSettings& settings)
+void ChannelsDisplay::channelsModeEvent(EventId, const ChannelsMode& mode)
 {
-    m_convert.settings = settings;
+    m_mode = mode;
+    showMode();
+}
+
+void ChannelsDisplay::transformEvent(EventId id, const TransformSettings& settings)
+{
+    ViewState::transformEvent(id, settings);
     if (m_transform && sameSettings(*m_transform, settings))
         return;
     m_transform = std::make_shared<const Transform>(settings);
-    for (SpectralChannel* view : qAsConst(m_channels))
-        view->setTransform(m_transform);
+    for (ChannelRow* row : qAsConst(m_rows))
+        row->spectral()->setTransform(m_transform);
 }
 
-void ChannelsDisplay::layerRootEvent(EventId, const LayerRoot& root)
+void ChannelsDisplay::markersEvent(EventId, const MarkerList& markers)
 {
-    m_layers = root.project();
+    m_markers = markers;
 }
 
-void ChannelsDisplay::freqScaleEvent(EventId, const int32_t& scale)
+void ChannelsDisplay::displayValueEvent(EventId id, const float& value)
 {
-    m_convert.freqScale = FreqScale(scale);
-}
-
-void ChannelsDisplay::displayEnableEvent(EventId id, const bool& on)
-{
-    if (id == EventId::DisplayLockBottomTo0Enable)
-        m_lockBottomTo0 = on;
-    else if (id == EventId::DisplayLockCenterTo0Enable)
-        m_lockCenterTo0 = on;
-}
-
-void ChannelsDisplay::areaEvent(EventId, const Area& area)
-{
-    m_viewArea = area;
-}
-
-void ChannelsDisplay::zoom(QPoint angleDelta)
-{
-    if (viewgeometry::isVisible(m_viewArea))
-        showArea(exactEdges(viewgeometry::zoomed(m_convert, m_viewArea,
-                                                 std::exp2(angleDelta.x() / -degreesPerOctave),
-                                                 std::exp2(angleDelta.y() / -degreesPerOctave), middle),
-                            limits()));
-}
-
-void ChannelsDisplay::showArea(const Area& area)
-{
-    if (m_channels.isEmpty())
+    if (id != EventId::DisplaySplitterRatioChange)
         return;
-    // A zoom by 1 gives an area that is too small its least size. What fits is taken to the bit, and
-    // not by way of the frequency scale and back.
-    const Area sized = viewgeometry::zoomed(m_convert, area, 1, 1, middle);
-    const Area limit = limits();
-    const bool fits = viewgeometry::isVisible(area) && area.width >= 1 && contains(limit, area);
-    const Area inside = fits ? area : exactEdges(viewgeometry::limited(m_convert, sized, limit), limit);
-    if (!viewgeometry::isVisible(inside))
-        return;
-    m_viewArea = viewgeometry::locked(inside, m_convert.format.isComplex(), m_lockBottomTo0, m_lockCenterTo0);
-    postEvent(this, EventId::DisplayAreaChange, m_viewArea, this);
+    m_splitterRatio = value;
+    refreshSplitter();
 }
 
-void ChannelsDisplay::zoomIn()
+void ChannelsDisplay::selectionEvent(EventId, const Selection& selection)
 {
-    zoom({notch, notch});
+    m_selection = selection;
 }
 
-void ChannelsDisplay::zoomOut()
+void ChannelsDisplay::transportPositionEvent(EventId id, const int64_t& position)
 {
-    zoom({-notch, -notch});
-}
-
-void ChannelsDisplay::zoomFullyOut()
-{
-    showArea(limits());
-}
-
-void ChannelsDisplay::zoomTimeIn()
-{
-    zoom({notch, 0});
-}
-
-void ChannelsDisplay::zoomTimeOut()
-{
-    zoom({-notch, 0});
-}
-
-void ChannelsDisplay::zoomFreqIn()
-{
-    zoom({0, notch});
-}
-
-void ChannelsDisplay::zoomFreqOut()
-{
-    zoom({0, -notch});
+    if (id == EventId::TransportPositionChange)
+        m_position = position;
 }

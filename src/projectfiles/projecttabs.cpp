@@ -354,7 +354,7 @@ QWidget* ProjectTabs::makeCloseButton()
     button->setIcon(QIcon(QStringLiteral(":/icons/close.png")));
     button->setIconSize(QSize(16, 16));
     button->setAutoRaise(true);
-    button->setFocusPolicy(Qt::NoFocus);
+    button->setFocusPolicy(Qt::TabFocus);
     connect(button, &QToolButton::clicked, this, [this, button] {
         for (int tab = 0; tab < count(); ++tab)
             if (tabButton(tab, QTabBar::RightSide) == button) {

@@ -7,10 +7,18 @@
 
 namespace {
 
+// Without empty ones: an action whose first key is empty leaves its others in the application's map when
+// it dies, and the next key press reads a dead action.
+QList<QKeySequence> keysOf(const QString& portable)
+{
+    QList<QKeySequence> keys = QKeySequence::listFromString(portable);
+    keys.removeAll(QKeySequence());
+    return keys;
+}
+
 QList<QKeySequence> defaultKeys(const ActionRow& row)
 {
-    return row.standard != QKeySequence::UnknownKey ? QKeySequence::keyBindings(row.standard)
-                                                    : QKeySequence::listFromString(row.keys);
+    return keysOf(row.keys) + QKeySequence::keyBindings(row.standard);
 }
 
 QString withoutMnemonic(QString label)
@@ -31,7 +39,7 @@ QAction* ActionTable::add(const ActionRow& row, const std::function<void(bool)>&
     const QList<QKeySequence> keys = defaultKeys(row);
     m_defaults[row.id] = QKeySequence::listToString(keys);
     const QVariantHash own = QCoreApplication::instance()->property("shortcuts").toHash();
-    action->setShortcuts(own.contains(row.id) ? QKeySequence::listFromString(own[row.id].toString()) : keys);
+    action->setShortcuts(own.contains(row.id) ? keysOf(own[row.id].toString()) : keys);
     connect(action, &QAction::triggered, this, triggered);
     // Also those that stand in no menu have their keys from the window.
     m_window.addAction(action);

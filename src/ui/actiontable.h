@@ -19,7 +19,7 @@ struct ActionRow
     QString label;    // with its mnemonic: "&Open..."
     QString tip = {}; // for the status line; empty takes the label
     QKeySequence::StandardKey standard = QKeySequence::UnknownKey;
-    QString keys = {}; // portable text, "; " between primary and secondary; used when there is no `standard`
+    QString keys = {}; // portable text, "; " between primary and secondary; they come before `standard`
     bool needsProject = false; // disabled while no project is open
     bool checkable = false;
 };

@@ -1,9 +1,9 @@
 #include "ui/mainmenu.h"
 
-#include "display/channelsdisplay.h"
 #include "editing/datamanager.h"
 #include "projectfiles/projecttabs.h"
 #include "ui/actiontable.h"
+#include "ui/channelsmenu.h"
 #include "ui/displaypanel.h"
 #include "ui/historypanel.h"
 #include "ui/layerspanel.h"
@@ -288,41 +288,15 @@ std::vector<Row> layerRows(MainWindow& window)
 
 std::vector<Row> viewRows(MainWindow& window)
 {
-    ChannelsDisplay& display = window.channelsDisplay();
-    const auto key = [](const char* keys) { return QString::fromLatin1(keys); };
-    const auto none = QKeySequence::UnknownKey;
-    return {
-        {"&View",
-         {id("viewfullscreen"),
-          text("&Fullscreen"),
-          text("Fill the screen with the window"),
-          QKeySequence::FullScreen,
-          {},
-          false,
-          true},
-         [&window](bool on) { window.toggleFullscreen(on); }},
-        {"",
-         {id("displayzoomin"), text("Zoom In"), {}, none, key("Ctrl+="), true},
-         [&display](bool) { display.zoomIn(); }},
-        {"",
-         {id("displayzoomout"), text("Zoom Out"), {}, none, key("Ctrl+-"), true},
-         [&display](bool) { display.zoomOut(); }},
-        {"",
-         {id("displayzoomfullyout"), text("Zoom Fully Out"), {}, none, key("Ctrl+0"), true},
-         [&display](bool) { display.zoomFullyOut(); }},
-        {"",
-         {id("displayzoomtimein"), text("Zoom Time In"), {}, none, key("="), true},
-         [&display](bool) { display.zoomTimeIn(); }},
-        {"",
-         {id("displayzoomtimeout"), text("Zoom Time Out"), {}, none, key("-"), true},
-         [&display](bool) { display.zoomTimeOut(); }},
-        {"",
-         {id("displayzoomfreqin"), text("Zoom Frequency In"), {}, none, key("+"), true},
-         [&display](bool) { display.zoomFreqIn(); }},
-        {"",
-         {id("displayzoomfreqout"), text("Zoom Frequency Out"), {}, none, key("_"), true},
-         [&display](bool) { display.zoomFreqOut(); }},
-    };
+    return {{"&View",
+             {id("viewfullscreen"),
+              text("&Fullscreen"),
+              text("Fill the screen with the window"),
+              QKeySequence::FullScreen,
+              {},
+              false,
+              true},
+             [&window](bool on) { window.toggleFullscreen(on); }}};
 }
 
 struct DisplayCommand
@@ -449,6 +423,16 @@ QMenu* addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>&
     return menu;
 }
 
+// Before the last separator.
+void addPanelMenu(MainWindow& window, QMenu& view)
+{
+    auto* panels = new QMenu(text("Panels"), &view);
+    for (QDockWidgetExt* panel : window.panels())
+        panels->addAction(panel->toggleViewAction());
+    const QList<QAction*> entries = view.actions();
+    view.insertMenu(entries[entries.size() - 2], panels);
+}
+
 // The entry names what it replaces; while there is nothing, the channel word.
 void followExportBack(MainWindow& window, QAction* action)
 {
@@ -527,14 +511,12 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     followEditing(window, actions);
     addRows(window, actions, projectRows(window));
     addRows(window, actions, layerRows(window));
+    addChannelCommands(*window.menuBar(), actions, window.channelsDisplay());
     addRows(window, actions, displayRows(window));
     addTools(window, actions);
     QMenu* view = addRows(window, actions, viewRows(window));
-    auto* panels = new QMenu(text("Panels"), view);
-    for (QDockWidgetExt* panel : window.panels())
-        panels->addAction(panel->toggleViewAction());
-    view->insertMenu(view->actions().first(), panels);
-    view->insertSeparator(view->actions().at(1));
+    addUnitMenus(*view);
+    addPanelMenu(window, *view);
     addRows(window, actions, helpRows(window));
     followExportBack(window, actions.action(id("fileexportback")));
     followLayers(window.layersPanel(), actions);

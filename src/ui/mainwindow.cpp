@@ -1,7 +1,6 @@
 #include "ui/mainwindow.h"
 
 #include "display/channelsdisplay.h"
-#include "display/overviewbar.h"
 #include "editing/datamanager.h"
 #include "plugins/pluginloader.h"
 #include "projectfiles/hostservices.h"
@@ -147,7 +146,6 @@ void MainWindow::buildCentral()
     m_tabs->setFilePlugins(m_plugins->filePlugins());
     m_display = new ChannelsDisplay(central);
     layout->addWidget(m_tabs);
-    layout->addWidget(new OverviewBar(central));
     layout->addWidget(m_display, 1);
     setCentralWidget(central);
 }

@@ -1,7 +1,9 @@
 #include "ui/picturemode.h"
 
+#include "display/channelrow.h"
 #include "display/channelsdisplay.h"
 #include "display/spectralchannel.h"
+#include "display/waveformchannel.h"
 #include "ui/mainwindow.h"
 #include "ui/widgets/messages.h"
 
@@ -50,9 +52,11 @@ QMessageBox::StandardButton answer(const messages::Box& box)
 // All in one pass: each pass of its own puts the whole window together anew.
 void repaintViews(const ChannelsDisplay& display)
 {
-    for (SpectralChannel* view : display.spectralChannels())
-        if (!view->visibleRegion().isEmpty())
-            view->update();
+    for (const ChannelRow* row : display.rows())
+        for (ChannelView* view :
+             {static_cast<ChannelView*>(row->waveform()), static_cast<ChannelView*>(row->spectral())})
+            if (!view->visibleRegion().isEmpty())
+                view->update();
     QCoreApplication::sendPostedEvents();
 }
 

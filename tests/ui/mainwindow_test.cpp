@@ -7,6 +7,15 @@
 #include <atomic>
 #include <thread>
 
+#include "display/channelname.h"
+#include "display/channelrow.h"
+#include "display/overviewbar.h"
+#include "display/qsplitterext.h"
+#include "display/ruler.h"
+#include "display/scalegrip.h"
+#include "display/unitmenu.h"
+#include "display/waveformchannel.h"
+
 #include <QAbstractButton>
 #include <QCloseEvent>
 #include <QDropEvent>
@@ -425,8 +434,8 @@ TEST_F(MainWindowTest, ManyChannelsScroll)
     show();
     ASSERT_TRUE(tabs().parse(makeTone("many.wav", 0.1, 64, 100)));
     EXPECT_EQ(display().spectralChannels().size(), 64);
-    for (const SpectralChannel* view : display().spectralChannels())
-        EXPECT_GE(view->height(), ChannelsDisplay::minRowHeight);
+    for (const ChannelRow* row : display().rows())
+        EXPECT_GE(row->height(), ChannelsDisplay::minRowHeight);
     auto* scroll = display().findChild<QScrollArea*>();
     EXPECT_GT(scroll->verticalScrollBar()->maximum(), 0);
 }
@@ -512,6 +521,19 @@ TEST_F(MainWindowTest, UsersShortcutsReplaceTheDefaults)
         QStringLiteral("Zoom Fully Out"));
 }
 
+// Qt forgets the other keys of an action whose first is empty only when the application ends.
+TEST_F(MainWindowTest, NoActionHasAnEmptyKey)
+{
+    qApp->setProperty("shortcuts", QVariantHash{{QStringLiteral("fileopen"), QStringLiteral("; F5; ")},
+                                                {QStringLiteral("fileclose"), QString()}});
+    show();
+    qApp->setProperty("shortcuts", QVariant());
+    for (const QAction* entry : m_window->actions())
+        EXPECT_FALSE(entry->shortcuts().contains(QKeySequence())) << entry->objectName().toStdString();
+    EXPECT_EQ(action("fileopen").shortcuts(), QList<QKeySequence>{QKeySequence(Qt::Key_F5)});
+    EXPECT_TRUE(action("fileclose").shortcuts().isEmpty());
+}
+
 TEST_F(MainWindowTest, ObjectPropertiesReachTheActions)
 {
     qApp->setProperty("show@fileclose", QStringLiteral("false"));
@@ -541,6 +563,147 @@ TEST_F(MainWindowTest, EmbeddedWindowStoresNoPlace)
     window.show();
     ASSERT_TRUE(window.close());
     EXPECT_FALSE(UserSettings().contains(QStringLiteral("defaultwindowwidth")));
+}
+
+// What the user can work with, as opposed to what only holds or shows something.
+bool isControl(const QWidget& widget)
+{
+    return qobject_cast<const QAbstractButton*>(&widget) || qobject_cast<const QTabBar*>(&widget) ||
+           qobject_cast<const ChannelView*>(&widget) || qobject_cast<const Ruler*>(&widget) ||
+           qobject_cast<const QSplitterHandleExt*>(&widget) || qobject_cast<const ChannelName*>(&widget) ||
+           qobject_cast<const OverviewBar*>(&widget) || qobject_cast<const ScaleGrip*>(&widget) ||
+           widget.focusPolicy() != Qt::NoFocus;
+}
+
+// A tool tip, a text of its own, or the name that stands at the left of its row.
+bool hasWords(const QWidget& widget)
+{
+    if (!widget.toolTip().isEmpty())
+        return true;
+    if (const auto* button = qobject_cast<const QAbstractButton*>(&widget))
+        return !button->text().isEmpty();
+    if (const auto* tabs = qobject_cast<const QTabBar*>(&widget))
+        return !tabs->tabText(0).isEmpty();
+    for (const QWidget* parent = &widget; parent; parent = parent->parentWidget())
+        if (const auto* row = qobject_cast<const ChannelRow*>(parent))
+            return !row->name().text().isEmpty();
+    return qobject_cast<const QScrollArea*>(&widget) || widget.isWindow(); // hold others only
+}
+
+TEST_F(MainWindowTest, EveryVisibleControlHasWordsANameAndAPlaceInTheTabOrder)
+{
+    show();
+    ASSERT_TRUE(tabs().parse(makeTone("tone.wav", 0.5, 2)));
+    ASSERT_TRUE(testsupport::waitFor([this] { return display().rows()[1]->spectral()->isVisible(); }));
+    QSet<const QWidget*> chain;
+    for (const QWidget* widget = m_window->nextInFocusChain(); widget != m_window.get();
+         widget = widget->nextInFocusChain())
+        if (widget->focusPolicy() & Qt::TabFocus)
+            chain << widget;
+    int controls = 0;
+    for (const QWidget* widget : m_window->findChildren<QWidget*>()) {
+        if (!widget->isVisible() || !isControl(*widget))
+            continue;
+        ++controls;
+        const std::string name = std::string(widget->metaObject()->className()) + " " +
+                                 widget->objectName().toStdString() + " in " +
+                                 widget->parentWidget()->metaObject()->className();
+        EXPECT_TRUE(hasWords(*widget)) << name;
+        // A button is called by its text where it has no other name.
+        const auto* button = qobject_cast<const QAbstractButton*>(widget);
+        EXPECT_FALSE(widget->accessibleName().isEmpty() && (!button || button->text().isEmpty())) << name;
+        EXPECT_TRUE(chain.contains(widget)) << name;
+    }
+    // Tabs, a close button, overview, time ruler, grip, scroll area; six for each of two channels.
+    EXPECT_GE(controls, 18);
+    // The key takes the focus there.
+    QSet<const QWidget*> visited;
+    m_window->setFocus();
+    for (int i = 0; i < 60; ++i) {
+        QTest::keyClick(m_window->focusWidget() ? m_window->focusWidget() : m_window.get(), Qt::Key_Tab);
+        visited << m_window->focusWidget();
+    }
+    for (const ChannelRow* row : display().rows()) {
+        EXPECT_TRUE(visited.contains(row->spectral()));
+        EXPECT_TRUE(visited.contains(row->waveform()));
+        EXPECT_TRUE(visited.contains(row->splitter()->handle(1)));
+    }
+}
+
+TEST_F(MainWindowTest, KeysMoveThePositionAndSelectFromItOn)
+{
+    show();
+    ASSERT_TRUE(tabs().parse(makeTone("tone.wav", 1.0))); // 16000 samples
+    const ProjectPtr project = tabs().currentProject();
+    QTest::keyClick(m_window.get(), Qt::Key_Right);
+    EXPECT_EQ(project->position(), 320);
+    QTest::keyClick(m_window.get(), Qt::Key_End, Qt::ControlModifier);
+    EXPECT_EQ(project->position(), 16000);
+    QTest::keyClick(m_window.get(), Qt::Key_Left, Qt::ShiftModifier);
+    EXPECT_EQ(project->position(), 15680);
+    EXPECT_EQ(project->selection.range(), (Range{15680, 320}));
+    EXPECT_TRUE(project->modified);
+    QTest::keyClick(m_window.get(), Qt::Key_Home, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(project->selection.range(), (Range{0, 16000}));
+    QTest::keyClick(m_window.get(), Qt::Key_Right, Qt::ControlModifier);
+    EXPECT_EQ(project->position(), 16000);
+    QTest::keyClick(m_window.get(), Qt::Key_Home);
+    EXPECT_EQ(project->position(), 0);
+}
+
+// A key that two actions claim reaches neither.
+TEST_F(MainWindowTest, NoKeyBelongsToTwoActions)
+{
+    show();
+    QHash<QString, QString> owners;
+    for (const QAction* entry : m_window->actions())
+        for (const QKeySequence& key : entry->shortcuts()) {
+            const QString text = key.toString(QKeySequence::PortableText);
+            EXPECT_FALSE(owners.contains(text))
+                << text.toStdString() << " of " << entry->objectName().toStdString() << " and "
+                << owners.value(text).toStdString();
+            owners.insert(text, entry->objectName());
+        }
+    for (const Qt::Key key :
+         {Qt::Key_AudioRewind, Qt::Key_AudioForward, Qt::Key_MediaPrevious, Qt::Key_MediaNext})
+        EXPECT_TRUE(owners.contains(QKeySequence(key).toString())) << key;
+    EXPECT_TRUE(owners.contains(QKeySequence(QStringLiteral("Ctrl+Shift+Alt+Left")).toString()));
+}
+
+TEST_F(MainWindowTest, TheViewMenuHasTheUnitsAndTheyReachTheProject)
+{
+    show();
+    ASSERT_TRUE(tabs().parse(makeTone("tone.wav", 0.5)));
+    const ProjectPtr project = tabs().currentProject();
+    const auto choose = [this](const char* title, const char* word) {
+        for (UnitMenu* menu : m_window->findChildren<UnitMenu*>()) {
+            if (menu->title() != QLatin1String(title))
+                continue;
+            for (QAction* entry : menu->actions())
+                if (entry->text() == QLatin1String(word)) {
+                    EXPECT_TRUE(entry->isEnabled());
+                    entry->trigger();
+                    return;
+                }
+        }
+        ADD_FAILURE() << title << ' ' << word;
+    };
+    choose("&Time Unit", "Samples");
+    choose("Power &Unit", "Percents");
+    choose("&Frequency Unit", "Notes");
+    choose("Frequency &Scale", "Bark");
+    choose("Renderin&g Method", "Raw");
+    EXPECT_EQ(project->units.timeUnit, TimeUnit::Samples);
+    EXPECT_EQ(project->units.powerUnit, PowerUnit::Percents);
+    EXPECT_EQ(project->units.freqUnit, FreqUnit::Notes);
+    EXPECT_EQ(project->units.freqScale, FreqScale::Bark);
+    EXPECT_EQ(project->units.filtering, Filtering::Raw);
+    EXPECT_FALSE(project->display.lockBottomTo0);
+    choose("&Frequency Unit", "Lock Spectrogram to 0Hz");
+    EXPECT_TRUE(project->display.lockBottomTo0);
+    EXPECT_TRUE(project->display.lockCenterTo0);
+    choose("Power &Unit", "Always Center Waveform");
+    EXPECT_FALSE(project->display.lockCenterTo0);
 }
 
 // A control without words is silence to a screen reader.
