@@ -1,7 +1,14 @@
 #include "ui/actiontable.h"
 
+#include "display/displacementpad.h"
+#include "display/overviewbar.h"
+
+#include <QAbstractItemView>
+#include <QAbstractSlider>
 #include <QAction>
+#include <QComboBox>
 #include <QCoreApplication>
+#include <QKeyEvent>
 #include <QVariant>
 #include <QWidget>
 
@@ -26,9 +33,36 @@ QString withoutMnemonic(QString label)
     return label.remove(QLatin1Char('&')).remove(QStringLiteral("..."));
 }
 
+// Lists, sliders and the strip of the overview walk with keys that are shortcuts of the window elsewhere.
+bool walksByKeys(const QObject* object)
+{
+    return qobject_cast<const QAbstractItemView*>(object) || qobject_cast<const QAbstractSlider*>(object) ||
+           qobject_cast<const QComboBox*>(object) || qobject_cast<const OverviewBar*>(object) ||
+           qobject_cast<const DisplacementPad*>(object);
+}
+
+bool isWalkingKey(const QKeyEvent& event)
+{
+    return !(event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) &&
+           ((event.key() >= Qt::Key_Home && event.key() <= Qt::Key_PageDown));
+}
+
 } // namespace
 
-ActionTable::ActionTable(QWidget& window) : QObject(&window), m_window(window) {}
+ActionTable::ActionTable(QWidget& window) : QObject(&window), m_window(window)
+{
+    QCoreApplication::instance()->installEventFilter(this);
+}
+
+bool ActionTable::eventFilter(QObject* object, QEvent* event)
+{
+    if (event->type() == QEvent::ShortcutOverride && walksByKeys(object) &&
+        isWalkingKey(static_cast<QKeyEvent&>(*event))) {
+        event->accept();
+        return true;
+    }
+    return QObject::eventFilter(object, event);
+}
 
 QAction* ActionTable::add(const ActionRow& row, const std::function<void(bool)>& triggered)
 {

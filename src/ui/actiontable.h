@@ -45,6 +45,10 @@ public:
     // Writes the two properties; after the last row.
     void publish() const;
 
+    // A list or slider that has the focus gets its arrows, Home, End and the page keys, though they are
+    // shortcuts of the window.
+    bool eventFilter(QObject* object, QEvent* event) override;
+
 private:
     QWidget& m_window;
     QHash<QString, QAction*> m_actions; // children of the window
