@@ -70,12 +70,6 @@ constexpr CommandRow commands[] = {
      QKeySequence::SelectStartOfDocument, "", &ChannelsDisplay::selectStartOfProject},
     {"", "transportselectendproject", QT_TR_NOOP("Select End of Project"), QKeySequence::SelectEndOfDocument,
      "", &ChannelsDisplay::selectEndOfProject},
-    {"", "layeractivateabove", QT_TR_NOOP("Activate Above"), QKeySequence::MoveToPreviousLine, "",
-     &ChannelsDisplay::activateAbove},
-    {"", "layeractivatebelow", QT_TR_NOOP("Activate Below"), QKeySequence::MoveToNextLine, "",
-     &ChannelsDisplay::activateBelow},
-    {"", "layermute", QT_TR_NOOP("Mute"), noKey, "Shift+M", &ChannelsDisplay::mute},
-    {"", "layersolo", QT_TR_NOOP("Solo"), noKey, "Shift+S", &ChannelsDisplay::solo},
     {"", "displayzoomin", QT_TR_NOOP("Zoom In"), noKey, "Ctrl+=", &ChannelsDisplay::zoomIn},
     {"", "displayzoomout", QT_TR_NOOP("Zoom Out"), noKey, "Ctrl+-", &ChannelsDisplay::zoomOut},
     {"", "displayzoomfullyout", QT_TR_NOOP("Zoom Fully Out"), noKey, "Ctrl+0",
@@ -109,8 +103,10 @@ void addChannelCommands(QMenuBar& bar, ActionTable& actions, ChannelsDisplay& di
         ActionRow row;
         row.id = QString::fromLatin1(command.id);
         row.label = text(command.label);
-        row.standard = command.standard;
-        row.keys = QString::fromLatin1(command.keys);
+        // The first of the standard keys only: further ones are those of a text editor, such as Ctrl+E for
+        // the end of the line, and belong to other commands here.
+        row.keys = QString::fromLatin1(command.keys) + QStringLiteral("; ") +
+                   QKeySequence(command.standard).toString(QKeySequence::PortableText);
         row.needsProject = true;
         QAction* action = actions.add(row, [&display, slot = command.slot](bool) { (display.*slot)(); });
         if (!*command.menu)

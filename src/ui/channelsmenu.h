@@ -6,8 +6,7 @@ class ChannelsDisplay;
 class QMenu;
 class QMenuBar;
 
-// "&Transport", and the keys that move the position, select from it on, activate layers, mute channels and
-// zoom.
+// "&Transport", and the keys that move the position, select from it on, and zoom.
 void addChannelCommands(QMenuBar& bar, ActionTable& actions, ChannelsDisplay& display);
 // The menus of units, scales and rendering, before what stands in "&View".
 void addUnitMenus(QMenu& view);
