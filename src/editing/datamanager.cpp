@@ -10,12 +10,14 @@ DataManager::DataManager(QWidget* window)
       m_desk(this, window),
       m_clipboard(m_desk),
       m_selection(m_desk),
-      m_tool(m_desk, this)
+      m_tool(m_desk, this),
+      m_process(m_desk)
 {
     connect(&m_desk, &EditDesk::selectionEnabled, this, &DataManager::selectionEnabled);
     connect(&m_desk, &EditDesk::selectionBackupEnabled, this, &DataManager::selectionBackupEnabled);
     connect(&m_desk, &EditDesk::selectionLoadEnabled, this, &DataManager::selectionLoadEnabled);
     connect(&m_desk, &EditDesk::becameIdle, this, &DataManager::becameIdle);
+    connect(&m_process, &ProcessRunner::stopRequested, this, &DataManager::stopRequested);
     connect(&m_clipboard, &ClipboardCommands::clipboardEnabled, this, &DataManager::clipboardEnabled);
 }
 

@@ -3,6 +3,7 @@
 
 #include "editing/clipboardcommands.h"
 #include "editing/editdesk.h"
+#include "editing/processrunner.h"
 #include "editing/selectioncommands.h"
 #include "editing/toolrunner.h"
 #include "model/events.h"
@@ -51,12 +52,18 @@ public Q_SLOTS:
     void saveSelection() { m_selection.save(); }
     // Hands the last state of the mouse to the active tool.
     void executeTool() { m_tool.execute(); }
+    // An entry of the Process menu.
+    void executeProcess(IProcessPlugin* plugin, const QString& name) { m_process.execute(*plugin, name); }
+    // A process in work shows what it has done so far, or takes that away.
+    void previewProcess() { m_process.preview(); }
 
 Q_SIGNALS:
     void selectionEnabled(bool enabled);
     void clipboardEnabled(bool enabled);
     void selectionBackupEnabled(bool enabled);
     void selectionLoadEnabled(bool enabled);
+    // Whoever plays stops now: the samples are about to change.
+    void stopRequested();
     void becameIdle();
 
 public:
@@ -78,4 +85,5 @@ private:
     ClipboardCommands m_clipboard;
     SelectionCommands m_selection;
     ToolRunner m_tool;
+    ProcessRunner m_process;
 };

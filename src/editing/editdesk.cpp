@@ -55,6 +55,12 @@ MaskedArea EditDesk::maskedArea() const
     return {m_state.selection, m_state.transform, m_state.channels.selected};
 }
 
+PluginContext EditDesk::pluginContext()
+{
+    return {m_state.format, m_state.channels,   m_state.transform, activeLayer(),
+            &*m_state.root, &m_state.selection, m_state.area};
+}
+
 QList<ILayerPtr> EditDesk::tree() const
 {
     if (!m_state.root)

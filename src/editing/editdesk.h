@@ -5,6 +5,7 @@
 #include "model/historyentry.h"
 #include "model/layerroot.h"
 #include "model/selection.h"
+#include "plugins/plugincontext.h"
 #include "spectral/maskedcopy.h"
 #include "spectral/spectralbuffer.h"
 
@@ -69,6 +70,8 @@ public:
     [[nodiscard]] ILayerPtr activeLayer() const;
     // What a spectral command works on.
     [[nodiscard]] MaskedArea maskedArea() const;
+    // What a tool or process sees; it may change selection and tree. Only with a project.
+    [[nodiscard]] PluginContext pluginContext();
 
     // The frames of a layer, for tools and processes; made on the first call.
     [[nodiscard]] std::shared_ptr<SpectralBuffer> spectralBufferFor(const ILayerPtr& layer);

@@ -44,15 +44,13 @@ void ToolRunner::execute()
     const EditDesk::Action action(m_desk);
     if (!action)
         return;
-    EditState& state = m_desk.state();
     const QCursor cursor = m_cursor;
     const QPainterPath path = m_path;
     const QList<ControlPoint> points = m_controls;
     QList<ToolControl> controls;
     for (int i = 0; i < points.size(); ++i)
         controls << ToolControl{i, points[i].position};
-    m_plugin->context = {state.format, state.channels,   state.transform, m_desk.activeLayer(),
-                         &*state.root, &state.selection, state.area};
+    m_plugin->context = m_desk.pluginContext();
     bool recorded = false;
     {
         const WriteLocker locker(documentLock());

@@ -4,6 +4,7 @@
 #include "editing/editprogress.h"
 #include "model/documentlock.h"
 #include "model/toolstate.h"
+#include "plugins/iprocessplugin.h"
 #include "plugins/itoolplugin.h"
 
 #include <QAction>
@@ -49,6 +50,25 @@ struct TestTool : IToolPlugin
     MouseEvent last;
     std::function<bool(QCursor&, QPainterPath&, QList<ToolControl>&)> act;
 };
+
+struct TestProcess : IProcessPlugin
+{
+    bool init(const QString&, QWidget*) override { return true; }
+    QString description() const override { return QStringLiteral("Test"); }
+    QString menuName() const override { return {}; }
+    QStringList processNames() const override { return {}; }
+    bool execute(const QString& name) override { return act(name); }
+
+    std::function<bool(const QString&)> act;
+};
+
+// Writes one sample, another one each time.
+void touch(const ILayerPtr& layer)
+{
+    static float value = 0;
+    value += 1;
+    EXPECT_TRUE(layer->write(&value, {5, 1}, 0, true));
+}
 
 struct Ear : IEvent
 {
@@ -253,6 +273,83 @@ TEST(Tools, AToolThatIsGoneIsNotCalled)
         activate(tool);
     }
     moveMouse(1);
+    EXPECT_EQ(session.rows(), QStringList("New"));
+}
+
+// --- processes -------------------------------------------------------------------------------------
+
+TEST(Processes, WhatReturnedTrueIsAStepOfTheNameThatWasChosen)
+{
+    EditSession session;
+    const auto samples = noise(20000, 1);
+    const LayerPtr layer = session.begin(samples);
+    QStringList order;
+    QObject::connect(&session.data, &DataManager::stopRequested, [&] { order << QStringLiteral("stop"); });
+    TestProcess process;
+    process.act = [&](const QString& name) {
+        order << name;
+        EXPECT_TRUE(session.data.isBusy());
+        touch(process.context.activeLayer);
+        return true;
+    };
+    session.data.executeProcess(&process, QStringLiteral("Louder"));
+    EXPECT_EQ(order, (QStringList{"stop", "Louder", "stop"}));
+    EXPECT_EQ(session.rows(), (QStringList{"New", "Louder"}));
+    session.history.undo();
+    EXPECT_EQ(dataOf(*layer), samples);
+}
+
+TEST(Processes, OneWithAnEmptyTitleAddsNoLineUntilTheNextNamedStep)
+{
+    EditSession session;
+    const auto samples = noise(20000, 1);
+    const LayerPtr layer = session.begin(samples);
+    TestProcess process;
+    process.act = [&](const QString& name) {
+        touch(layer);
+        return name != QLatin1String("No");
+    };
+    session.data.executeProcess(&process, {});
+    session.data.executeProcess(&process, QStringLiteral("No"));
+    EXPECT_EQ(session.rows(), QStringList("New"));
+    session.data.executeProcess(&process, QStringLiteral("Named"));
+    EXPECT_EQ(session.rows(), (QStringList{"New", "Named"}));
+    session.history.undo();
+    EXPECT_EQ(dataOf(*layer), samples);
+}
+
+TEST(Processes, AToolIsNotCalledDuringOneAndAPreviewMakesNoStep)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    TestTool tool;
+    activate(tool);
+    TestProcess process;
+    process.act = [&](const QString&) {
+        touch(process.context.activeLayer);
+        session.owner.updated.clear();
+        session.data.previewProcess();
+        EXPECT_TRUE(session.owner.updated.contains(process.context.activeLayer));
+        moveMouse(1);
+        session.data.executeTool();
+        session.data.executeProcess(&process, QStringLiteral("Again"));
+        EXPECT_EQ(session.rows(), QStringList("New"));
+        return true;
+    };
+    session.data.executeProcess(&process, QStringLiteral("Outer"));
+    EXPECT_EQ(tool.calls, 0);
+    EXPECT_EQ(session.rows(), (QStringList{"New", "Outer"}));
+}
+
+TEST(Processes, OneThatThrowsIsNamedInTheLogAndTheProgramGoesOn)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    TestProcess process;
+    process.act = [](const QString&) -> bool { throw 1; };
+    testsupport::expectWarning(QStringLiteral("process Odd failed"));
+    session.data.executeProcess(&process, QStringLiteral("Odd"));
+    EXPECT_FALSE(session.data.isBusy());
     EXPECT_EQ(session.rows(), QStringList("New"));
 }
 

@@ -1,0 +1,30 @@
+// Runs the processes of the Process menu.
+#pragma once
+
+#include "editing/editdesk.h"
+
+#include <QString>
+
+class IProcessPlugin;
+
+// A process that throws is told in the log; what it changed belongs to the next state. GUI thread.
+class ProcessRunner : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit ProcessRunner(EditDesk& desk) : m_desk(desk) {}
+
+    // Runs one of the plug-in's entries on the project in front, and records a state of that name when it
+    // says so. Nothing happens without a project and while another command is in work.
+    void execute(IProcessPlugin& plugin, const QString& name);
+    // From within execute(): everybody sees what the process has done so far, without a state of its own.
+    void preview();
+
+Q_SIGNALS:
+    // Before and after: whoever plays stops.
+    void stopRequested();
+
+private:
+    EditDesk& m_desk;
+};
