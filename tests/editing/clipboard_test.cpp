@@ -2,6 +2,8 @@
 #include "editing/editsession.h"
 
 #include "spectral/maskedcopy.h"
+#include "spectral/primitives/defaultremix.h"
+#include "ui/dialogscript.h"
 
 #include <QPushButton>
 
@@ -349,6 +351,61 @@ TEST(Clipboard, TheLayersOwnSamplesAreCutAndTheMixIsCopiedFromAll)
     EXPECT_EQ(session.boxes.words(), QStringList()) << "it needs no active layer";
 }
 
+TEST(Clipboard, ACutOverTenMinutesNullsLikeOneOverASecond)
+{
+    EditSession session;
+    const auto samples = noise(int64_t(600 * rate), 14);
+    const LayerPtr layer = session.begin(samples);
+    for (const double seconds : {1.0, 598.0}) {
+        session.select(rate + 3, seconds * rate, 700, 3300, 300, 400);
+        session.data.cut();
+        session.data.deselect();
+        session.data.paste();
+        EXPECT_LT(differenceDb(dataOf(*layer), samples), -100) << seconds;
+    }
+    EXPECT_EQ(session.boxes.words(), QStringList());
+}
+
+TEST(Clipboard, ALayerDeepInGroupsIsEditedAndAMutedGroupAboveItRefuses)
+{
+    EditSession session;
+    const SamplingFormat format = session.project().format();
+    const LayerGroupPtr outer = LayerGroup::create(format);
+    const LayerGroupPtr inner = LayerGroup::create(format);
+    const auto samples = noise(20000, 15);
+    const LayerPtr layer = layerOf(format, samples);
+    const LayerPtr neighbour = layerOf(format, samples);
+    ASSERT_TRUE(inner->appendChild(layer));
+    ASSERT_TRUE(inner->appendChild(neighbour));
+    ASSERT_TRUE(outer->appendChild(inner));
+    session.ground(outer);
+    session.activate(layer);
+    session.select(5003, 7777, 700, 3300);
+    session.data.cut();
+    EXPECT_GT(differenceDb(dataOf(*layer), samples), -20);
+    EXPECT_EQ(dataOf(*neighbour), samples);
+    session.data.deselect();
+    session.data.paste();
+    EXPECT_LT(differenceDb(dataOf(*layer), samples), -100);
+    session.history.moveTo(0);
+    EXPECT_EQ(dataOf(*layer), samples);
+    outer->setEnabled(false);
+    session.select(5003, 7777, 700, 3300);
+    session.data.cut();
+    EXPECT_EQ(session.boxes.words(), QStringList("Active Layer not visible|Active Layer is not visible."));
+    EXPECT_EQ(dataOf(*layer), samples);
+    // A group is copied as it mixes.
+    outer->setEnabled(true);
+    session.activate(inner);
+    session.select(0, 20000, 0, 8000);
+    session.data.copy();
+    EXPECT_EQ(session.lastStep(), QStringLiteral("Copy"));
+    auto sum = samplesOf(*layer, {1000, 18000});
+    for (float& value : sum)
+        value *= 2;
+    EXPECT_LT(differenceDb(samplesOf(*session.data.clipboard(), {1000, 18000}), sum), -100);
+}
+
 // --- the clipboard ---------------------------------------------------------------------------------
 
 TEST(Clipboard, CopyingSilenceMakesAStepFillsTheClipboardAndIsTold)
@@ -483,6 +540,37 @@ TEST(Clipboard, PasteOfAnotherRateConvertsItAndLeavesTheClipboardsOwnData)
     EXPECT_NEAR(amplitudeOf(after, 500, 12000, 12000), 0.5, 0.005) << "1000 Hz at twice the rate";
     for (std::size_t i = 0; i < 9000; ++i)
         ASSERT_EQ(after[i], 0.0f);
+}
+
+TEST(Clipboard, PasteOfOtherChannelsAsksForTheirGainsAndACancelStops)
+{
+    EditSession session;
+    const auto samples = noise(20000, 16);
+    session.begin(samples);
+    session.select(0, 20000, 0, 8000);
+    session.data.copy();
+    modeltest::Owner front(std::make_shared<Project>(realFormat(2, rate)));
+    front.project->resetHistory("New");
+    const LayerPtr layer = layerOf(front.project->format(), std::vector<float>(40000));
+    ASSERT_TRUE(front.project->layers()->appendChild(layer));
+    front.project->setActiveLayer(layer);
+    front.post();
+    for (const bool accept : {false, true}) {
+        DialogScript script;
+        script.on("Channel Remixer",
+                  [&](QDialog& dialog) { DialogScript::press(dialog, accept ? "OK" : "Cancel"); });
+        session.data.paste();
+        EXPECT_EQ(session.rows(), accept ? (QStringList{"New", "Paste"}) : QStringList("New"));
+        EXPECT_EQ(session.data.clipboard()->format().channels, 1);
+    }
+    const auto after = dataOf(*layer);
+    const auto clip = dataOf(*session.data.clipboard());
+    const Matrix gains =
+        defaultRemix(session.data.clipboard()->format(), front.project->format()); // as it was proposed
+    for (std::size_t i = 0; i < 20000; ++i)
+        for (std::size_t c = 0; c < 2; ++c)
+            ASSERT_NEAR(after[2 * i + c], clip[i] * gains.data[qint64(c)], 1e-6f);
+    EXPECT_GT(differenceDb(after, std::vector<float>(40000)), -20);
 }
 
 // --- new layers ------------------------------------------------------------------------------------
