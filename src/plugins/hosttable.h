@@ -92,14 +92,16 @@ struct HostTable
     // 27: the same from a format to itself: it copies, until its matrix is another one. Any thread.
     IResampler* (*createPlainResampler)(const SamplingFormat& format) = nullptr;
 
-    // 28 to 30: WAV writers: all samples of a layer; marker chunks and LIST INFO behind an existing
-    // file. False on failure. Not there yet: always false.
-    bool (*writeWave)(const QString& path, const SamplingFormat& format, const ILayerPtr& layer) = nullptr;
+    // 28: writes all samples of a real layer as a WAV file: tag 1 (integers, clipped at full scale) with 8,
+    // 16, 24 or 32 bits, tag 3 (floats) with 32 or 64. An old file stays whole until the new one is. False
+    // on failure, with a line in the log; so are 29 to 31.
+    bool (*writeWave)(const QString& path, const ILayerPtr& layer, int32_t tag, int32_t bits) = nullptr;
+    // 29, 30: append marker chunks and LIST INFO to a WAV file that is there.
     bool (*appendMarkers)(const QString& path, const MarkerList& markers) = nullptr;
     bool (*appendMetaData)(const QString& path, const MetaDataList& tags) = nullptr;
-    // 31: reads the samples of a WAV file into a layer of its rate and channel count. Not there
-    // yet: always false.
-    bool (*readWave)(const QString& path, const ILayerPtr& layer) = nullptr;
+    // 31: writes the samples of a WAV file into a layer of its rate and channel count, from sample
+    // point `start` on.
+    bool (*readWave)(const QString& path, const ILayerPtr& layer, int64_t start) = nullptr;
     // 32: appends the cue points of a WAV file with their labels and lengths, in file order. False
     // when the file cannot be opened or is no WAV; a damaged tail gives what stands before it.
     bool (*readMarkers)(const QString& path, MarkerList& markers) = nullptr;

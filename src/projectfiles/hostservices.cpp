@@ -5,6 +5,7 @@
 #include "projectfiles/reformat.h"
 #include "projectfiles/remixerdialog.h"
 #include "projectfiles/wavchunks.h"
+#include "projectfiles/wavsamples.h"
 #include "spectral/primitives/defaultremix.h"
 #include "spectral/primitives/resampler.h"
 #include "spectral/primitives/vectors.h"
@@ -13,6 +14,8 @@
 #include <cmath>
 #include <memory>
 #include <optional>
+
+#include <QDebug>
 
 namespace {
 
@@ -129,13 +132,32 @@ void fillDialogs(HostTable& table)
     table.channelRemixerDialog = &askRemix;
 }
 
-// What stands in its place until the writers are there.
-void fillRefusals(HostTable& table)
+// A plug-in gets no more than false; the cause stands in the log.
+bool told(bool done, const QString& words)
 {
-    table.writeWave = [](const QString&, const SamplingFormat&, const ILayerPtr&) { return false; };
-    table.appendMarkers = [](const QString&, const MarkerList&) { return false; };
-    table.appendMetaData = [](const QString&, const MetaDataList&) { return false; };
-    table.readWave = [](const QString&, const ILayerPtr&) { return false; };
+    if (!done)
+        qWarning().noquote() << words;
+    return done;
+}
+
+void fillWave(HostTable& table)
+{
+    table.writeWave = [](const QString& path, const ILayerPtr& layer, int32_t tag, int32_t bits) {
+        QString words;
+        return layer && told(wavsamples::writeWave(path, *layer, tag, bits, &words), words);
+    };
+    table.appendMarkers = [](const QString& path, const MarkerList& markers) {
+        QString words;
+        return told(wavchunks::appendMarkers(path, markers, &words), words);
+    };
+    table.appendMetaData = [](const QString& path, const MetaDataList& tags) {
+        QString words;
+        return told(wavchunks::appendMetaData(path, tags, &words), words);
+    };
+    table.readWave = [](const QString& path, const ILayerPtr& layer, int64_t start) {
+        QString words;
+        return layer && told(wavsamples::readWave(path, *layer, start, &words), words);
+    };
 }
 
 } // namespace
@@ -146,7 +168,7 @@ void fillHostTable(HostTable& table)
     fillChannels(table);
     fillConversion(table);
     fillDialogs(table);
-    fillRefusals(table);
+    fillWave(table);
     table.readMarkers = [](const QString& path, MarkerList& markers) {
         return wavchunks::readMarkers(path, markers);
     };

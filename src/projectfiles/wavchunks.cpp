@@ -1,72 +1,20 @@
 #include "projectfiles/wavchunks.h"
 
+#include "projectfiles/wavwalk.h"
+
 #include <algorithm>
-#include <functional>
 
 #include <QFile>
-#include <QFileInfo>
 #include <QHash>
 #include <QtEndian>
+
+using namespace wavwalk;
 
 namespace {
 
 constexpr int maxMarkers = 1000000;
-constexpr int maxChunks = 4 * maxMarkers; // of one list; bounds the time that a lying file can cost
 constexpr qint64 maxText = 1 << 20;
 constexpr qint64 cueBytes = 24;
-constexpr quint32 sizeInDs64 = 0xffffffff;
-
-struct Chunk
-{
-    QByteArray id; // four characters, lower case
-    qint64 begin = 0;
-    qint64 size = 0; // as far as the parent reaches
-
-    [[nodiscard]] qint64 end() const { return begin + size; }
-};
-
-quint32 u32(const QByteArray& bytes, int at)
-{
-    return qFromLittleEndian<quint32>(bytes.constData() + at);
-}
-
-// Calls `take` for each chunk of [position, end); it may read anywhere. `longData` is the size of a
-// data chunk that is too long for its own size field.
-void walk(QIODevice& device, qint64 position, qint64 end, qint64 longData,
-          const std::function<void(const Chunk&)>& take)
-{
-    for (int count = 0; count < maxChunks && end - position >= 8 && device.seek(position); ++count) {
-        const QByteArray head = device.read(8);
-        if (head.size() < 8)
-            return;
-        Chunk chunk{head.left(4).toLower(), position + 8, u32(head, 4)};
-        if (chunk.id == "data" && u32(head, 4) == sizeInDs64 && longData >= 0)
-            chunk.size = longData;
-        chunk.size = std::min(chunk.size, end - chunk.begin);
-        take(chunk);
-        position = chunk.end() + (chunk.size & 1);
-    }
-}
-
-// The top level. False when this is no WAV.
-bool walkFile(QIODevice& device, const std::function<void(const Chunk&)>& take)
-{
-    if (!device.seek(0))
-        return false;
-    const QByteArray head = device.read(12);
-    const QByteArray form = head.left(4).toLower();
-    const bool isLong = form == "rf64" || form == "bw64";
-    if (head.size() < 12 || (form != "riff" && !isLong) || head.mid(8, 4).toLower() != "wave")
-        return false;
-    qint64 longData = -1;
-    if (isLong) { // ds64 comes first: u64 RIFF size, u64 data size
-        const QByteArray ds64 = device.read(24);
-        if (ds64.size() == 24 && ds64.left(4).toLower() == "ds64")
-            longData = std::max<qint64>(-1, qFromLittleEndian<qint64>(ds64.constData() + 16));
-    }
-    walk(device, 12, device.size(), longData, take);
-    return true;
-}
 
 // The form type of a LIST chunk, lower case; the chunk then holds the rest.
 QByteArray listType(QIODevice& device, Chunk& chunk)
@@ -122,12 +70,6 @@ void readLabel(QIODevice& device, const Chunk& chunk, Labels& labels)
         labels.lengths.insert(id, u32(head, 4));
     else
         labels.texts.insert(id, readText(device, chunk.begin + 4, chunk.size - 4).toStdString());
-}
-
-// Pipes and devices would wait for ever.
-bool openRegular(QFile& file)
-{
-    return QFileInfo(file.fileName()).isFile() && file.open(QFile::ReadOnly);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The readers of the text and marker chunks of WAV files.
+// The text and marker chunks of WAV files: readers and writers.
 #pragma once
 
 #include "model/types/marker.h"
@@ -22,5 +22,17 @@ bool readMarkers(QIODevice& device, MarkerList& markers);
 // Adds the entries of LIST INFO, keys in upper case. False as above.
 bool readMetaData(const QString& path, MetaDataList& tags);
 bool readMetaData(QIODevice& device, MetaDataList& tags);
+
+// Both append chunks to a RIFF file that is there, in place, and count them in its head last; a failure
+// takes them back. False with file and cause in `words` (may be null) when it cannot be done: no RIFF
+// and WAVE, a last chunk that tells more than the file has, or more than 4 GiB in all. Texts are
+// written in Latin-1, with a question mark for what that does not have.
+
+// cue, and adtl with all `labl` before all `ltxt`, as other readers stop looking for texts at the first
+// of those. A marker with length 0 has no `ltxt`. Markers before 0 or beyond 2^32 - 1 cannot be
+// written and are left out, with a line in the log.
+bool appendMarkers(const QString& path, const MarkerList& markers, QString* words = nullptr);
+// LIST INFO. Tags that are not four characters of ASCII are left out.
+bool appendMetaData(const QString& path, const MetaDataList& tags, QString* words = nullptr);
 
 } // namespace wavchunks

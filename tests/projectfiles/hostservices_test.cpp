@@ -1,6 +1,7 @@
 // Every entry of the host table.
 #include "projectfiles/hostservices.h"
 
+#include "model/modeltest.h"
 #include "plugins/hosttable.h"
 #include "support/testsupport.h"
 
@@ -153,22 +154,41 @@ TEST(HostServices, Entries26And27MakeConvertersThatTheCallerOwns)
     EXPECT_EQ(t.createPlainResampler(unset), nullptr);
 }
 
-// What waits for later work, by number.
-TEST(HostServices, TheWavEntriesUpTo31AnswerFalse)
+TEST(HostServices, Entries28To33TakeALayerToAWavFileAndBack)
 {
     const HostTable t = filled();
-    const SamplingFormat format;
     const QString path = testsupport::makeFolder() + QStringLiteral("/x.wav");
-    const std::map<int, std::function<bool()>> refuses = {
-        {28, [&] { return !t.writeWave(path, format, nullptr); }},
-        {29, [&] { return !t.appendMarkers(path, {}); }},
-        {30, [&] { return !t.appendMetaData(path, {}); }},
-        {31, [&] { return !t.readWave(path, nullptr); }},
-    };
-    ASSERT_EQ(refuses.size(), 4u);
-    for (const auto& [number, refused] : refuses)
-        EXPECT_TRUE(refused()) << number;
-    EXPECT_FALSE(QFile::exists(path));
+    const LayerPtr layer = modeltest::layerOf(modeltest::realFormat(2, 8000), {0.5f, -0.5f, 0.25f, 1}, 9);
+    const MarkerList markers{{1, 1, 0, "m"}};
+    const MetaDataList tags{{QStringLiteral("INAM"), QStringLiteral("n")}};
+    ASSERT_TRUE(t.writeWave(path, layer, 1, 32));
+    ASSERT_TRUE(t.appendMarkers(path, markers));
+    ASSERT_TRUE(t.appendMetaData(path, tags));
+    const LayerPtr back = Layer::create(layer->format());
+    ASSERT_TRUE(t.readWave(path, back, 20));
+    EXPECT_EQ(back->dataRange(), (Range{20, 2}));
+    EXPECT_EQ(modeltest::dataOf(*back), (Floats{0.5f, -0.5f, 0.25f, 1}));
+    MarkerList readMarkers;
+    MetaDataList readTags;
+    EXPECT_TRUE(t.readMarkers(path, readMarkers));
+    EXPECT_TRUE(t.readMetaData(path, readTags));
+    EXPECT_EQ(readMarkers, markers);
+    EXPECT_EQ(readTags, tags);
+}
+
+TEST(HostServices, Entries28To31AnswerFalseAndTellTheLogWhy)
+{
+    const HostTable t = filled();
+    const QString path = testsupport::makeFolder() + QStringLiteral("/none/x.wav");
+    const LayerPtr layer = Layer::create(modeltest::realFormat());
+    for (int i = 0; i < 4; ++i)
+        testsupport::expectWarning(path);
+    EXPECT_FALSE(t.writeWave(path, layer, 1, 16));
+    EXPECT_FALSE(t.appendMarkers(path, {}));
+    EXPECT_FALSE(t.appendMetaData(path, {}));
+    EXPECT_FALSE(t.readWave(path, layer, 0));
+    EXPECT_FALSE(t.writeWave(path, nullptr, 1, 16));
+    EXPECT_FALSE(t.readWave(path, nullptr, 0));
 }
 
 TEST(HostServices, Entries32And33Read)
