@@ -356,6 +356,32 @@ TEST(MaskedCopy, AFullDiskIsToldAndRolledBack)
     EXPECT_EQ(dataOf(*layer), samples);
 }
 
+TEST(MaskedCopy, ACutAndARemovalAreRecordedUndoneAndRedoneToTheBit)
+{
+    for (const Case& c : cases()) {
+        SCOPED_TRACE(c.name);
+        const LayerPtr layer = layerOf(c.format, noise(c.frames * c.format.frameBytes() / 4, 21), c.start);
+        std::vector<std::vector<float>> states = {dataOf(*layer)};
+        std::vector<LayerRecord> records;
+        ASSERT_TRUE(cutMasked(layer, emptyLayer(c.format), areaOf(c, softShape(c, 22))).isDone());
+        records.push_back(layer->commitRecord());
+        states.push_back(dataOf(*layer));
+        ASSERT_TRUE(removeMasked(layer, areaOf(c, softShape(c, 23))).isDone());
+        records.push_back(layer->commitRecord());
+        states.push_back(dataOf(*layer));
+        EXPECT_NE(states[0], states[1]);
+        EXPECT_NE(states[1], states[2]);
+        for (const std::size_t i : {1, 0}) {
+            layer->applyRecord(records[i], 0);
+            EXPECT_EQ(dataOf(*layer), states[i]);
+        }
+        for (const std::size_t i : {0, 1}) {
+            layer->applyRecord(records[i], 1);
+            EXPECT_EQ(dataOf(*layer), states[i + 1]);
+        }
+    }
+}
+
 TEST(MaskedCopy, WhatDoesNotFitIsRefusedAndNothingChanges)
 {
     const Case c{"", realFormat(), makeTransform(1), 4000, 0};
