@@ -124,6 +124,15 @@ QPointF originOf(const QPainterPath& path)
     return {std::floor(bounds.x()), std::floor(bounds.y())};
 }
 
+// A stroke that is thinner than about 1e-10 of the shape makes the path operations fail now and then, below
+// 1e-12 always: nothing but a
+// sliver is left of the selection. A sample in half an hour does no harm.
+double leastOffsetIn(double extent)
+{
+    constexpr double leastPart = 1e-8;
+    return std::max(leastOffset, extent * leastPart);
+}
+
 enum class Direction { Inwards, Outwards };
 
 double signedArea(const QPolygonF& ring)
@@ -187,8 +196,9 @@ QPainterPath offset(const QPainterPath& path, double x, double y, Direction dire
 {
     if (path.elementCount() < 3)
         return path;
-    x = std::max(x, leastOffset);
-    y = std::max(y, leastOffset);
+    const QRectF bounds = path.controlPointRect();
+    x = std::max(x, leastOffsetIn(bounds.width()));
+    y = std::max(y, leastOffsetIn(bounds.height()));
     const auto rings = cleanRings(QTransform::fromScale(1 / (2 * x), 1 / (2 * y)).map(path));
     const QPainterPath scaled = joined(rings, path.fillRule());
     QPainterPathStroker stroker;
@@ -230,8 +240,8 @@ std::optional<SelectionShape> makeShape(const QPainterPath& path, double fadeX, 
     if (shape.maxFadeX > 0 || shape.maxFadeY > 0) {
         shape.border = contracted(raw, 0, 0);
         // The fade counts from the border, which the least offset has moved already.
-        shape.fade = contracted(raw, leastOffset + shape.maxFadeX / fadeScale,
-                                leastOffset + shape.maxFadeY / fadeScale);
+        shape.fade = contracted(raw, leastOffsetIn(bounds.width()) + shape.maxFadeX / fadeScale,
+                                leastOffsetIn(bounds.height()) + shape.maxFadeY / fadeScale);
     }
     return shape;
 }
