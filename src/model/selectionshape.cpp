@@ -124,9 +124,8 @@ QPointF originOf(const QPainterPath& path)
     return {std::floor(bounds.x()), std::floor(bounds.y())};
 }
 
-// A stroke that is thinner than about 1e-10 of the shape makes the path operations fail now and then, below
-// 1e-12 always: nothing but a
-// sliver is left of the selection. A sample in half an hour does no harm.
+// A stroke of 1e-10 of the shape makes the path operations fail now and then, one of 1e-13 nearly always:
+// nothing but a sliver is left of the selection. A sample in half an hour does no harm.
 double leastOffsetIn(double extent)
 {
     constexpr double leastPart = 1e-8;
