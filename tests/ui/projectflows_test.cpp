@@ -368,7 +368,9 @@ TEST_F(ProjectFlows, EveryCommandStandsInItsMenuInOrder)
               "Save Project &As...|-|&Import Layer Audio...|&Export Project Audio...|&Replace Project Audio|"
               "-|E&xit");
     EXPECT_EQ(entries("Pro&ject").join(QLatin1Char('|')).toStdString(), "&Duplicate|-|&Reformat...");
-    EXPECT_EQ(entries("&Layer").join(QLatin1Char('|')).toStdString(), "Duplicate &To...");
+    EXPECT_EQ(entries("&Layer").join(QLatin1Char('|')).toStdString(),
+              "&New Layer|New &Group|-|&Duplicate|Duplicate &To...|Delete|&Rename...|-|&Group|&Ungroup|"
+              "&Merge Down|Merge &Visible|Merge &All");
     EXPECT_EQ(action("filenew").shortcut(), QKeySequence(QKeySequence::New));
     EXPECT_EQ(action("filesave").shortcut(), QKeySequence(QKeySequence::Save));
     for (const char* id : {"filesave", "filesaveas", "projectduplicate", "projectformat", "layerduplicateto"})
