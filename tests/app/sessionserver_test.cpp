@@ -303,7 +303,7 @@ TEST_F(SessionServerTest, twoStartsAtTheSameInstantFortyTimesAreOneSessionWithBo
         const QString name = QStringLiteral("race%1").arg(round);
         QProcess starts[2];
         for (int i = 0; i < 2; ++i)
-            starts[i].start(QStringLiteral(MORVANE_STARTSTUB),
+            starts[i].start(QStringLiteral(MORVANE_WINDOWLESS_START),
                             {name, QStringLiteral("/file%1").arg(i), QStringLiteral("2")});
         QStringList words;
         for (QProcess& start : starts) {
