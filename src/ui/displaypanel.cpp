@@ -3,7 +3,6 @@
 #include "display/properties.h"
 #include "display/scales/colormaps.h"
 #include "display/viewgeometry.h"
-#include "model/layerroot.h"
 #include "ui/displaypanelgroups.h"
 #include "ui/widgets/qlineeditext.h"
 
@@ -22,7 +21,7 @@
 
 DisplayPanel::DisplayPanel(QWidget* parent)
     : QWidget(parent),
-      IEvent(QStringLiteral("DisplayPanel")),
+      ViewState(QStringLiteral("DisplayPanel")),
       m_column(nullptr),
       m_menu(new QMenu(this))
 {
@@ -75,8 +74,7 @@ DisplayPanel::DisplayPanel(QWidget* parent)
     layout->setSpacing(0);
     layout->addLayout(header);
     layout->addWidget(scroll, 1);
-    showUnits();
-    setEnabled(false); // until there is a project
+    viewStateChanged();
 }
 
 QAction* DisplayPanel::groupAction(const QString& title) const
@@ -113,23 +111,23 @@ void DisplayPanel::resetVisibility()
 
 // --- what the user sets -----------------------------------------------------------------------------
 
-void DisplayPanel::postTransform()
+void DisplayPanel::postTransform(const TransformSettings& settings)
 {
-    showTransform();
-    postEvent<TransformSettings>(this, EventId::TransformChange, m_transform, this);
+    postEvent(this, EventId::TransformChange, settings, nullptr);
 }
 
 void DisplayPanel::setResolution(double value)
 {
     const int32_t ratio = std::max(1, propertyOr("timeoverlapratio", 4).toInt());
+    TransformSettings settings = convert().settings;
     const auto padding = int32_t(value);
     // No more frames than samples in one.
-    const int32_t overlap = std::min(padding * ratio, std::max(1, m_transform.frameSize));
-    if (padding == m_transform.zeroPadding && overlap == m_transform.overlap)
+    const int32_t overlap = std::min(padding * ratio, std::max(1, settings.frameSize));
+    if (padding == settings.zeroPadding && overlap == settings.overlap)
         return;
-    m_transform.zeroPadding = padding;
-    m_transform.overlap = overlap;
-    postTransform();
+    settings.zeroPadding = padding;
+    settings.overlap = overlap;
+    postTransform(settings);
 }
 
 void DisplayPanel::postSharpening(double percent)
@@ -139,11 +137,8 @@ void DisplayPanel::postSharpening(double percent)
     postEvent(this, EventId::DisplayFreqSharpenChange, factor, this);
 }
 
-void DisplayPanel::postArea(Area area)
+void DisplayPanel::enterArea(Area area)
 {
-    if (!m_layers || m_convert.format.sampleRate <= 0 || m_convert.format.channels < 1 ||
-        m_transform.frameSize < 1)
-        return showArea();
     if (area.width < 0) {
         area.x += area.width;
         area.width = -area.width;
@@ -152,90 +147,32 @@ void DisplayPanel::postArea(Area area)
         area.y += area.height;
         area.height = -area.height;
     }
-    if (m_lockBottomTo0)
+    if (lockBottomTo0())
         area.y = 0;
-    const Area whole = m_layers->area();
-    const double left = std::max(area.x, whole.x),
-                 right = std::min(area.x + area.width, whole.x + whole.width);
-    const double bottom = std::max(area.y, whole.y),
-                 top = std::min(area.y + area.height, whole.y + whole.height);
+    const Area whole = limits();
+    const double left = std::max(area.x, whole.x);
+    const double right = std::min(area.x + area.width, whole.x + whole.width);
+    const double bottom = std::max(area.y, whole.y);
+    const double top = std::min(area.y + area.height, whole.y + whole.height);
     const Area common{left, bottom, right - left, top - bottom};
-    m_area = viewgeometry::isVisible(common) ? common : whole;
-    showArea();
-    if (viewgeometry::isVisible(m_area))
-        postEvent(this, EventId::DisplayAreaChange, m_area, this);
+    if (convert().settings.frameSize > 0)
+        showArea(viewgeometry::isVisible(common) ? common : whole);
+    viewStateChanged(); // what was refused goes from the field
 }
 
-void DisplayPanel::postPower(double low, double high)
+void DisplayPanel::enterPower(double low, double high)
 {
-    if (std::isfinite(low) && std::isfinite(high) && low < high) {
-        m_power = {low, high};
-        postEvent(this, EventId::DisplayPowerChange, m_power, this);
-    }
-    showUnits();
+    showPowerRange({low, high});
+    viewStateChanged();
 }
 
 // --- what events tell -------------------------------------------------------------------------------
-
-void DisplayPanel::samplingFormatEvent(EventId, const SamplingFormat& format)
-{
-    m_convert.format = format;
-    setEnabled(format.channels > 0);
-    for (QLineEditExt* field : m_time)
-        field->setStep(std::max(1.0, format.sampleRate)); // a second
-    showTransform();
-    showUnits();
-}
-
-void DisplayPanel::transformEvent(EventId, const TransformSettings& settings)
-{
-    m_transform = settings;
-    m_convert.settings = settings;
-    showTransform();
-    showUnits();
-}
-
-void DisplayPanel::timeBaseEvent(EventId id, const TimeBase& base)
-{
-    if (id == EventId::FrameRateChange) {
-        m_convert.fps = base.frameRate;
-    } else {
-        m_convert.bpm = base.bpm;
-        m_convert.beatsPerBar = base.beatsPerBar;
-        m_convert.beatUnit = base.beatUnit;
-    }
-    showUnits();
-}
-
-void DisplayPanel::timeUnitEvent(EventId, const int32_t& unit)
-{
-    m_convert.timeUnit = TimeUnit(unit);
-    showUnits();
-}
-
-void DisplayPanel::powerUnitEvent(EventId, const int32_t& unit)
-{
-    m_convert.powerUnit = PowerUnit(unit);
-    showUnits();
-}
-
-void DisplayPanel::freqUnitEvent(EventId, const int32_t& unit)
-{
-    m_convert.freqUnit = FreqUnit(unit);
-    showUnits();
-}
-
-void DisplayPanel::layerRootEvent(EventId, const LayerRoot& root)
-{
-    m_layers = root.project();
-}
 
 void DisplayPanel::displayEnableEvent(EventId id, const bool& on)
 {
     if (id == EventId::DisplayCompositeEnable)
         m_composite->setChecked(on);
-    else if (id == EventId::DisplayLockBottomTo0Enable)
-        m_lockBottomTo0 = on;
+    ViewState::displayEnableEvent(id, on);
 }
 
 void DisplayPanel::displayValueEvent(EventId id, const float& value)
@@ -259,18 +196,6 @@ void DisplayPanel::colormapEvent(EventId, const int32_t& colormap)
     m_colormap->update();
 }
 
-void DisplayPanel::areaEvent(EventId, const Area& area)
-{
-    m_area = area;
-    showArea();
-}
-
-void DisplayPanel::powerRangeEvent(EventId, const PowerRange& range)
-{
-    m_power = range;
-    showUnits();
-}
-
 void DisplayPanel::displacementEvent(EventId, const Displacement& displacement)
 {
     m_relief[0]->setValue(double(displacement.x));
@@ -279,37 +204,34 @@ void DisplayPanel::displacementEvent(EventId, const Displacement& displacement)
 
 // --- showing ----------------------------------------------------------------------------------------
 
-void DisplayPanel::showArea()
+void DisplayPanel::viewStateChanged()
 {
-    m_time[0]->setValue(m_area.x);
-    m_time[1]->setValue(m_area.width);
-    m_time[2]->setValue(m_area.x + m_area.width);
-    m_frequency[0]->setValue(m_area.y);
-    m_frequency[1]->setValue(m_area.height);
-    m_frequency[2]->setValue(m_area.y + m_area.height);
-}
-
-void DisplayPanel::showTransform()
-{
+    const double rate = convert().format.sampleRate;
+    const Area& area = viewArea();
+    setEnabled(convert().format.channels > 0);
+    for (QLineEditExt* field : m_time)
+        field->setStep(std::max(1.0, rate)); // a second
+    m_time[0]->setValue(area.x);
+    m_time[1]->setValue(area.width);
+    m_time[2]->setValue(area.x + area.width);
+    m_frequency[0]->setValue(area.y);
+    m_frequency[1]->setValue(area.height);
+    m_frequency[2]->setValue(area.y + area.height);
+    m_wave[0]->setValue(powerRange().low);
+    m_wave[1]->setValue(powerRange().high - powerRange().low);
+    m_wave[2]->setValue(powerRange().high);
+    const TransformSettings& settings = convert().settings;
+    if (!settings.isValid())
+        return;
     const QSignalBlocker blocker(m_window);
-    m_window->setCurrentText(windowTypeToString(m_transform.windowType));
-    m_size->setValue(m_transform.frameSize);
-    m_resolution->setValue(m_transform.zeroPadding);
-    const double rate = m_convert.format.sampleRate;
-    const int32_t size = m_transform.frameSize;
-    m_sizeText->setText(rate > 0 && size > 0 ? tr("samples (%1ms/%2Hz)")
-                                                   .arg(locale().toString(size / rate * 1000, 'f', 1))
-                                                   .arg(locale().toString(rate / size, 'f', 1))
-                                             : tr("samples"));
-}
-
-// Also what depends on units alone.
-void DisplayPanel::showUnits()
-{
-    m_wave[0]->setValue(m_power.low);
-    m_wave[1]->setValue(m_power.high - m_power.low);
-    m_wave[2]->setValue(m_power.high);
-    showArea();
+    m_window->setCurrentText(windowTypeToString(settings.windowType));
+    m_size->setValue(settings.frameSize);
+    m_resolution->setValue(settings.zeroPadding);
+    const int32_t size = settings.frameSize;
+    m_sizeText->setText(rate > 0 ? tr("samples (%1ms/%2Hz)")
+                                       .arg(locale().toString(size / rate * 1000, 'f', 1))
+                                       .arg(locale().toString(rate / size, 'f', 1))
+                                 : tr("samples"));
 }
 
 // --- steps ------------------------------------------------------------------------------------------

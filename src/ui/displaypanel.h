@@ -1,8 +1,7 @@
 // The dock panel that edits how the project is analysed and shown.
 #pragma once
 
-#include "display/scales/convert.h"
-#include "model/events.h"
+#include "display/viewstate.h"
 
 #include <QWidget>
 
@@ -22,7 +21,7 @@ class QVBoxLayout;
 // to the defaults, and an entry in the panel's menu that shows or hides it; groups whose property
 // enable... is false are never shown. The panel posts what the user sets and follows what events tell; the
 // project keeps the values. GUI thread.
-class DisplayPanel : public QWidget, public IEvent
+class DisplayPanel : public QWidget, public ViewState
 {
     Q_OBJECT
 
@@ -34,18 +33,9 @@ public:
     // Sizes that the field "FFT Size" offers: four to the octave.
     [[nodiscard]] static std::vector<double> frameSizes(int smallest, int largest);
 
-    void samplingFormatEvent(EventId id, const SamplingFormat& format) override;
-    void transformEvent(EventId id, const TransformSettings& settings) override;
-    void timeBaseEvent(EventId id, const TimeBase& base) override;
-    void timeUnitEvent(EventId id, const int32_t& unit) override;
-    void powerUnitEvent(EventId id, const int32_t& unit) override;
-    void freqUnitEvent(EventId id, const int32_t& unit) override;
-    void layerRootEvent(EventId id, const LayerRoot& root) override;
     void displayEnableEvent(EventId id, const bool& on) override;
     void displayValueEvent(EventId id, const float& value) override;
     void colormapEvent(EventId id, const int32_t& colormap) override;
-    void areaEvent(EventId id, const Area& area) override;
-    void powerRangeEvent(EventId id, const PowerRange& range) override;
     void displacementEvent(EventId id, const Displacement& displacement) override;
 
 public Q_SLOTS:
@@ -74,6 +64,9 @@ public Q_SLOTS:
     // Every group shown or hidden as at the first start.
     void resetVisibility();
 
+protected:
+    void viewStateChanged() override;
+
 private:
     struct Group
     {
@@ -99,23 +92,14 @@ private:
     QWidget* addGroup(int row, std::function<void()> reset);
     QLineEditExt* addField(QWidget* body, const QString& label, const QString& tip = {});
 
-    void postTransform();
+    void postTransform(const TransformSettings& settings);
     void setResolution(double value);
     void postSharpening(double percent);
-    // Makes the area positive, keeps it inside the project and posts it.
-    void postArea(Area area);
-    void postPower(double low, double high);
-    void showArea();
-    void showTransform();
-    void showUnits();
+    // What was typed: made positive and cut to the project; the whole project where nothing is left.
+    void enterArea(Area area);
+    void enterPower(double low, double high);
 
     std::vector<Group> m_groups;
-    Convert m_convert;
-    TransformSettings m_transform;
-    Area m_area;
-    PowerRange m_power;
-    bool m_lockBottomTo0 = false;
-    ILayerPtr m_layers; // the group of the user's layers
 
     // Children.
     QVBoxLayout* m_column;

@@ -263,10 +263,11 @@ void DisplayPanel::buildWindow()
         windowTypeToString(windowTypeFromString(propertyOr("defaultwindow", "Blackman-Harris").toString())));
     connect(m_window, QOverload<int>::of(&QComboBox::currentIndexChanged), this, [this] {
         const WindowType type = windowTypeFromString(m_window->currentText());
-        if (type == m_transform.windowType)
+        TransformSettings settings = convert().settings;
+        if (type == settings.windowType)
             return;
-        m_transform.windowType = type;
-        postTransform();
+        settings.windowType = type;
+        postTransform(settings);
     });
     static_cast<QFormLayout*>(body->layout())->addRow(m_window);
 }
@@ -280,10 +281,11 @@ void DisplayPanel::buildSize()
                                   propertyOr("maxtransformsize", 32768).toInt()));
     m_size->setValue(propertyOr("defaulttransformsize", 2048).toDouble());
     connect(m_size, &QLineEditExt::valueEdited, this, [this](double size) {
-        if (int32_t(size) == m_transform.frameSize)
+        TransformSettings settings = convert().settings;
+        if (int32_t(size) == settings.frameSize)
             return;
-        m_transform.frameSize = int32_t(size);
-        postTransform();
+        settings.frameSize = int32_t(size);
+        postTransform(settings);
     });
     m_sizeText = new QLabel(tr("samples"), body);
     m_sizeText->setObjectName(QStringLiteral("displaylabel"));
@@ -316,66 +318,68 @@ void DisplayPanel::buildResolution()
 // The texts of magnitudes have no sign in decibels: an edge stays on the side of zero where it is.
 void DisplayPanel::buildWave()
 {
-    QWidget* body = addGroup(Wave, [this] { postPower(-1, 1); });
+    QWidget* body = addGroup(Wave, [this] { enterPower(-1, 1); });
     const QString labels[] = {tr("Lowest Power"), tr("Power Range"), tr("Highest Power")};
     for (int i = 0; i < 3; ++i) {
         QLineEditExt* field = m_wave[i] = addField(body, labels[i]);
         const auto toText = [this](double value) {
-            return m_convert.powerToString(value) + QLatin1Char(' ') + m_convert.powerSuffix();
+            return convert().powerToString(value) + QLatin1Char(' ') + convert().powerSuffix();
         };
         const auto toValue = [this, field](const QString& text) -> std::optional<double> {
             const std::optional<double> number =
-                QLineEditExt::plainNumber(2, m_convert.powerSuffix()).toValue(text);
+                QLineEditExt::plainNumber(2, convert().powerSuffix()).toValue(text);
             if (!number)
                 return std::nullopt;
-            if (m_convert.powerUnit == PowerUnit::Percents)
+            if (convert().powerUnit == PowerUnit::Percents)
                 return *number / 100;
-            if (m_convert.powerUnit == PowerUnit::Decibel)
+            if (convert().powerUnit == PowerUnit::Decibel)
                 return std::copysign(std::pow(10.0, *number / 20), field->value());
             return number;
         };
         field->setWords({toText, toValue});
         field->setStep(powerStep);
     }
-    connect(m_wave[0], &QLineEditExt::valueEdited, this, [this](double v) { postPower(v, m_power.high); });
+    connect(m_wave[0], &QLineEditExt::valueEdited, this,
+            [this](double v) { enterPower(v, powerRange().high); });
     connect(m_wave[1], &QLineEditExt::valueEdited, this, [this](double v) {
-        const double middle = (m_power.low + m_power.high) / 2;
-        postPower(middle - v / 2, middle + v / 2);
+        const double middle = (powerRange().low + powerRange().high) / 2;
+        enterPower(middle - v / 2, middle + v / 2);
     });
-    connect(m_wave[2], &QLineEditExt::valueEdited, this, [this](double v) { postPower(m_power.low, v); });
+    connect(m_wave[2], &QLineEditExt::valueEdited, this,
+            [this](double v) { enterPower(powerRange().low, v); });
 }
 
 void DisplayPanel::buildTime()
 {
     QWidget* body = addGroup(Time, [this] {
-        const Area whole = m_layers ? m_layers->area() : Area();
-        postArea({whole.x, m_area.y, whole.width, m_area.height});
+        const Area whole = limits();
+        enterArea({whole.x, viewArea().y, whole.width, viewArea().height});
     });
     const QString labels[] = {tr("Start Time"), tr("Time Length"), tr("End Time")};
     for (int i = 0; i < 3; ++i) {
         m_time[i] = addField(body, labels[i]);
         m_time[i]->setWords(
             {[this](double v) {
-                 return m_convert.timeToString(v) + QLatin1Char(' ') + m_convert.timeSuffix();
+                 return convert().timeToString(v) + QLatin1Char(' ') + convert().timeSuffix();
              },
-             [this](const QString& text) { return std::optional(double(m_convert.stringToTime(text))); }});
+             [this](const QString& text) { return std::optional(double(convert().stringToTime(text))); }});
     }
     connect(m_time[0], &QLineEditExt::valueEdited, this, [this](double start) {
-        postArea({start, m_area.y, m_area.x + m_area.width - start, m_area.height});
+        enterArea({start, viewArea().y, viewArea().x + viewArea().width - start, viewArea().height});
     });
     connect(m_time[1], &QLineEditExt::valueEdited, this, [this](double length) {
-        postArea({m_area.x, m_area.y, length, m_area.height});
+        enterArea({viewArea().x, viewArea().y, length, viewArea().height});
     });
     connect(m_time[2], &QLineEditExt::valueEdited, this, [this](double end) {
-        postArea({m_area.x, m_area.y, end - m_area.x, m_area.height});
+        enterArea({viewArea().x, viewArea().y, end - viewArea().x, viewArea().height});
     });
 }
 
 void DisplayPanel::buildFrequency()
 {
     QWidget* body = addGroup(Frequency, [this] {
-        const Area whole = m_layers ? m_layers->area() : Area();
-        postArea({m_area.x, whole.y, m_area.width, whole.height});
+        const Area whole = limits();
+        enterArea({viewArea().x, whole.y, viewArea().width, whole.height});
     });
     const QString labels[] = {tr("Bottom Frequency"), tr("Frequency Range"), tr("Top Frequency")};
     for (int i = 0; i < 3; ++i) {
@@ -383,18 +387,18 @@ void DisplayPanel::buildFrequency()
         m_frequency[i]->setStep(freqStep);
         m_frequency[i]->setWords(
             {[this](double v) {
-                 return m_convert.freqToString(v) + QLatin1Char(' ') + m_convert.freqSuffix();
+                 return convert().freqToString(v) + QLatin1Char(' ') + convert().freqSuffix();
              },
-             [this](const QString& text) { return std::optional(m_convert.stringToFreq(text)); }});
+             [this](const QString& text) { return std::optional(convert().stringToFreq(text)); }});
     }
     connect(m_frequency[0], &QLineEditExt::valueEdited, this, [this](double bottom) {
-        postArea({m_area.x, bottom, m_area.width, m_area.y + m_area.height - bottom});
+        enterArea({viewArea().x, bottom, viewArea().width, viewArea().y + viewArea().height - bottom});
     });
     connect(m_frequency[1], &QLineEditExt::valueEdited, this, [this](double height) {
-        postArea({m_area.x, m_area.y, m_area.width, height});
+        enterArea({viewArea().x, viewArea().y, viewArea().width, height});
     });
     connect(m_frequency[2], &QLineEditExt::valueEdited, this, [this](double top) {
-        postArea({m_area.x, m_area.y, m_area.width, top - m_area.y});
+        enterArea({viewArea().x, viewArea().y, viewArea().width, top - viewArea().y});
     });
 }
 

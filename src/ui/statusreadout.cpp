@@ -21,7 +21,7 @@ QString withSuffix(const QString& text, const QString& suffix)
 
 StatusReadout::StatusReadout(QWidget* parent)
     : QWidget(parent),
-      IEvent(QStringLiteral("StatusReadout")),
+      ViewState(QStringLiteral("StatusReadout")),
       m_document(new QLabel(this))
 {
     setObjectName(QStringLiteral("readout"));
@@ -87,56 +87,23 @@ QString StatusReadout::levelText() const
     return m_level.value->text();
 }
 
-void StatusReadout::samplingFormatEvent(EventId, const SamplingFormat& format)
+void StatusReadout::samplingFormatEvent(EventId id, const SamplingFormat& format)
 {
-    m_convert.format = format;
-    clearPointer();
-    showDocument();
+    m_hasPointer = false;
+    ViewState::samplingFormatEvent(id, format);
 }
 
-void StatusReadout::transformEvent(EventId, const TransformSettings& settings)
+void StatusReadout::transformEvent(EventId id, const TransformSettings& settings)
 {
-    m_convert.settings = settings;
     if (!sameSettings(m_transform, settings))
         m_transform = Transform(settings);
-    showPointer();
+    ViewState::transformEvent(id, settings);
 }
 
-void StatusReadout::timeBaseEvent(EventId id, const TimeBase& base)
+void StatusReadout::viewStateChanged()
 {
-    if (id == EventId::FrameRateChange) {
-        m_convert.fps = base.frameRate;
-    } else {
-        m_convert.bpm = base.bpm;
-        m_convert.beatsPerBar = base.beatsPerBar;
-        m_convert.beatUnit = base.beatUnit;
-    }
-    showPointer();
-}
-
-void StatusReadout::timeUnitEvent(EventId, const int32_t& unit)
-{
-    m_convert.timeUnit = TimeUnit(unit);
     showDocument();
     showPointer();
-}
-
-void StatusReadout::powerUnitEvent(EventId, const int32_t& unit)
-{
-    m_convert.powerUnit = PowerUnit(unit);
-    showPointer();
-}
-
-void StatusReadout::freqUnitEvent(EventId, const int32_t& unit)
-{
-    m_convert.freqUnit = FreqUnit(unit);
-    showPointer();
-}
-
-void StatusReadout::layerRootEvent(EventId, const LayerRoot& root)
-{
-    m_layers = root.project();
-    showDocument();
 }
 
 void StatusReadout::layerEvent(EventId id, const ILayerPtr&)
@@ -156,38 +123,38 @@ void StatusReadout::mousePositionEvent(EventId, const MouseEvent& mouse)
 
 void StatusReadout::showDocument()
 {
-    const SamplingFormat& format = m_convert.format;
-    if (format.channels < 1 || !m_layers) {
+    const SamplingFormat& format = convert().format;
+    if (format.channels < 1 || !root()) {
         m_document->clear();
         return;
     }
-    const Range range = m_layers->range();
+    const Range range = projectRange();
     const QStringList parts = {
         tr("%1 Hz").arg(format.sampleRate, 0, 'g', 15),
         format.channels == 1 ? tr("1 channel") : tr("%1 channels").arg(format.channels),
-        withSuffix(m_convert.timeToString(double(range.isEmpty() ? 0 : range.end())), m_convert.timeSuffix()),
+        withSuffix(convert().timeToString(double(range.isEmpty() ? 0 : range.end())), convert().timeSuffix()),
     };
     m_document->setText(parts.join(QStringLiteral("  \u00b7  ")));
 }
 
 void StatusReadout::showPointer()
 {
-    const SamplingFormat& format = m_convert.format;
-    if (!m_hasPointer || format.channels < 1 || !m_layers || m_mouse.channel < 0 ||
+    const SamplingFormat& format = convert().format;
+    if (!m_hasPointer || format.channels < 1 || !root() || m_mouse.channel < 0 ||
         m_mouse.channel >= format.channels) {
         clearPointer();
         return;
     }
     const PointD& spot = m_mouse.position;
     m_channel.value->setText(channelLabel(format.channelsType, format.channelsMask, m_mouse.channel));
-    m_time.value->setText(withSuffix(m_convert.timeToString(spot.x), m_convert.timeSuffix()));
-    QString frequency = withSuffix(m_convert.freqToString(spot.y), m_convert.freqSuffix());
-    const QString note = m_convert.freqUnit == FreqUnit::Notes ? QString() : m_convert.noteToString(spot.y);
+    m_time.value->setText(withSuffix(convert().timeToString(spot.x), convert().timeSuffix()));
+    QString frequency = withSuffix(convert().freqToString(spot.y), convert().freqSuffix());
+    const QString note = convert().freqUnit == FreqUnit::Notes ? QString() : convert().noteToString(spot.y);
     if (!note.isEmpty() && format.channelsType == ChannelsTypeAudio)
         frequency += QStringLiteral("  ") + note;
     m_frequency.value->setText(frequency);
-    const double level = levelAt(*m_layers, m_transform, m_mouse.channel, spot.x, spot.y);
-    m_level.value->setText(withSuffix(m_convert.powerToString(level), m_convert.powerSuffix()));
+    const double level = levelAt(*root()->project(), m_transform, m_mouse.channel, spot.x, spot.y);
+    m_level.value->setText(withSuffix(convert().powerToString(level), convert().powerSuffix()));
 }
 
 void StatusReadout::resizeEvent(QResizeEvent* event)

@@ -1,8 +1,7 @@
 // The line at the foot of the window.
 #pragma once
 
-#include "display/scales/convert.h"
-#include "model/events.h"
+#include "display/viewstate.h"
 #include "spectral/primitives/transform.h"
 
 #include <QWidget>
@@ -13,7 +12,7 @@ class QLabel;
 // pointer: channel, time, frequency with its note, and level. The level is that of the mix of the
 // layers, by a transform of the frame centred at the pointer with the settings of the picture
 // (see levelAt). Units follow the project. GUI thread; lives on events alone.
-class StatusReadout : public QWidget, public IEvent
+class StatusReadout : public QWidget, public ViewState
 {
     Q_OBJECT
 
@@ -30,15 +29,11 @@ public:
 
     void samplingFormatEvent(EventId id, const SamplingFormat& format) override;
     void transformEvent(EventId id, const TransformSettings& settings) override;
-    void timeBaseEvent(EventId id, const TimeBase& base) override;
-    void timeUnitEvent(EventId id, const int32_t& unit) override;
-    void powerUnitEvent(EventId id, const int32_t& unit) override;
-    void freqUnitEvent(EventId id, const int32_t& unit) override;
-    void layerRootEvent(EventId id, const LayerRoot& root) override;
     void layerEvent(EventId id, const ILayerPtr& layer) override;
     void mousePositionEvent(EventId id, const MouseEvent& mouse) override;
 
 protected:
+    void viewStateChanged() override;
     void resizeEvent(QResizeEvent* event) override;
 
 public Q_SLOTS:
@@ -58,9 +53,7 @@ private:
     void showDocument();
     void showPointer();
 
-    Convert m_convert;
     Transform m_transform;
-    ILayerPtr m_layers;
     MouseEvent m_mouse;
     bool m_hasPointer = false;
     // Children.
