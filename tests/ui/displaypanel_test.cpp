@@ -321,6 +321,23 @@ TEST_F(DisplayPanelTest, WaveRangeReadsInEveryUnit)
     EXPECT_EQ(listener->powers.back().high, 1);
 }
 
+TEST_F(DisplayPanelTest, LockedCentreKeepsATypedWaveRangeSymmetric)
+{
+    post(EventId::PowerUnitChange, int32_t(PowerUnit::Percents));
+    post(EventId::DisplayLockCenterTo0Enable, true);
+    type("Highest Power", QStringLiteral("50"));
+    EXPECT_EQ(listener->powers.back().low, -0.75);
+    EXPECT_EQ(listener->powers.back().high, 0.75);
+    EXPECT_EQ(field("Highest Power")->value(), 0.75);
+}
+
+TEST_F(DisplayPanelTest, UnknownUnitIsTakenForTheFirst)
+{
+    post(EventId::TimeUnitChange, int32_t(99));
+    type("Start Time", QStringLiteral("1000")); // samples
+    EXPECT_EQ(listener->areas.back(), (Area{1000, 0, 479000, 24000}));
+}
+
 TEST_F(DisplayPanelTest, ReliefIsLimited)
 {
     type("3D (horizontal)", QStringLiteral("300 screen pixels"));
