@@ -111,6 +111,8 @@ struct SessionFile::Private
     bool fillHoles(const struct stat& status);
     bool mapWhole(int64_t bytes);
     bool shrink(int64_t bytes);
+    // Has the pages of the file from `first` to `end` ready in the mapping, as far as the system does that.
+    void mapPages(int64_t first, int64_t end);
 };
 
 SessionFile::Private::~Private()
@@ -244,6 +246,13 @@ bool SessionFile::Private::shrink(int64_t bytes)
     return true;
 }
 
+void SessionFile::Private::mapPages(int64_t first, int64_t end)
+{
+    static const int64_t page = sysconf(_SC_PAGESIZE);
+    const int64_t from = first / page * page;
+    (void)madvise(map + from, static_cast<size_t>(end - from), MADV_POPULATE_READ);
+}
+
 SessionFile::SessionFile(std::unique_ptr<Private> p) : d(std::move(p)) {}
 
 SessionFile::~SessionFile() = default;
@@ -307,6 +316,7 @@ bool SessionFile::resize(int64_t bytes)
 
 bool SessionFile::write(int64_t offset, const char* bytes, int64_t count)
 {
+    const int64_t first = offset;
     while (count > 0) {
         const ssize_t done = pwrite(d->file, bytes, static_cast<size_t>(count), offset);
         if (done < 0 && errno == EINTR)
@@ -317,6 +327,7 @@ bool SessionFile::write(int64_t offset, const char* bytes, int64_t count)
         offset += done;
         count -= done;
     }
+    d->mapPages(first, offset);
     return true;
 }
 

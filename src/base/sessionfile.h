@@ -73,8 +73,9 @@ public:
     // and contents are as before and data() is still valid, though perhaps at a new address.
     [[nodiscard]] bool resize(int64_t bytes);
 
-    // Fills `bytes` of the file from `offset` on, which must lie inside. The same as a copy to data(), but
-    // the system does not have to map each page first. False, with a part written perhaps, when the disk
+    // Fills `count` bytes of the file from `offset` on, which must lie inside. The same as a copy to data(),
+    // but the system maps the pages all at once instead of each at its first touch, which would cost a
+    // reader of scattered places more than the reading. False, with a part written perhaps, when the disk
     // fails.
     [[nodiscard]] bool write(int64_t offset, const char* bytes, int64_t count);
 
