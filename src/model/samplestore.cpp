@@ -103,6 +103,20 @@ void SampleStore::addTo(float* out, const Range& ask, int32_t channel, float gai
     const ReadLocker locker(m_map);
     if (m_format.channels == layout.channels && m_format.sampleType == layout.sampleType)
         readLocked(out, ask, channel, false, gain);
+    fetchAhead({ask.end(), ask.length});
+}
+
+void SampleStore::fetchAhead(const Range& range) const
+{
+    constexpr int64_t most = 4096; // bytes; of many layers they must all stay in the cache until then
+    constexpr int64_t line = 64;
+    const Range clip = range.intersected({m_start, m_length});
+    if (clip.isEmpty())
+        return;
+    const auto* bytes = reinterpret_cast<const char*>(frame(clip.start - m_start));
+    const int64_t count = std::min(clip.length * m_format.frameBytes(), most);
+    for (int64_t at = 0; at < count; at += line)
+        __builtin_prefetch(bytes + at);
 }
 
 void SampleStore::readLocked(float* out, const Range& ask, int32_t channel, bool overwrite, float gain) const

@@ -102,6 +102,9 @@ private:
     template<class Piece>
     void forWriting(int64_t first, int64_t frames, const Piece& piece);
     void readLocked(float* out, const Range& ask, int32_t channel, bool overwrite, float gain) const;
+    // Who mixes asks block after block of many layers in turn: the next block of this one is fetched into
+    // the cache while the others are read. Under the lock of readLocked().
+    void fetchAhead(const Range& range) const;
     [[nodiscard]] const float* frame(int64_t index) const;
     [[nodiscard]] float* frame(int64_t index);
     [[nodiscard]] std::unique_ptr<SessionFile> newFile(int64_t frames) const;
