@@ -88,9 +88,8 @@ struct Setting
     void open(int32_t sampleType = SampleTypeReal, int channels = 1, double rate = 48000,
               int64_t frames = 480'000, int64_t start = 0)
     {
-        format = {sampleType, rate, ChannelsTypeAudio, channels, (uint64_t(1) << channels) - 1};
-        if (channels >= 64)
-            format.channelsMask = ~uint64_t(0);
+        const uint64_t mask = channels < 64 ? (uint64_t(1) << channels) - 1 : ~uint64_t(0);
+        format = {sampleType, rate, ChannelsTypeAudio, channels, mask};
         root = LayerRoot(format);
         post(EventId::SamplingFormatChange, format);
         post(EventId::ChannelsModeChange, ChannelsMode(channels));

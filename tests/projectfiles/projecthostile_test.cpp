@@ -63,7 +63,7 @@ protected:
         QElapsedTimer timer;
         timer.start();
         ProjectReadResult result = read();
-        EXPECT_LT(timer.elapsed(), mostTime);
+        EXPECT_LT(timer.elapsed(), testsupport::patient(mostTime));
         EXPECT_LT(memoryInUse() - memory, mostMemory);
         if (result.project) {
             EXPECT_EQ(result.project->modified, !result.damage.isEmpty());

@@ -114,7 +114,7 @@ public:
     static QByteArray head(int32_t channels = 2, double rate = 44100, int32_t sampleType = 1)
     {
         return "MVP02" + i32(10, sampleType) + f64(11, rate) + i32(12, 0) + i32(13, channels) +
-               i64(14, channels < 63 ? (1LL << channels) - 1 : -1);
+               i64(14, channels >= 0 && channels < 63 ? (1LL << channels) - 1 : -1);
     }
     // Of the project's format.
     static QByteArray layer(const QString& name, const QByteArray& samples)
