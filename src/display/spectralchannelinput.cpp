@@ -188,6 +188,7 @@ void SpectralChannel::movePointer(const QPointF& pixel, float pressure, Qt::Keyb
     m_mouse.previousPressure = m_mouse.pressure;
     m_mouse.previousModifiers = m_mouse.modifiers;
     m_mouse.position = documentPosition(pixel);
+    m_mouse.snapped = snapped(m_mouse.position);
     m_mouse.pixel = {pixel.x(), pixel.y()};
     m_mouse.pixelSize = viewgeometry::pixelSize(m_convert, m_viewArea, size(), pixel);
     m_mouse.pressure = pressure;
@@ -195,6 +196,7 @@ void SpectralChannel::movePointer(const QPointF& pixel, float pressure, Qt::Keyb
     m_mouse.channel = m_channel;
     if (m_mouse.previousPressure < 0 && m_mouse.pressure >= 0) {
         m_mouse.pressPosition = m_mouse.position;
+        m_mouse.pressSnapped = m_mouse.snapped;
         m_mouse.pressPixel = m_mouse.pixel;
         m_mouse.pressPixelSize = m_mouse.pixelSize;
     }

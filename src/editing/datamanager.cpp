@@ -19,18 +19,28 @@ DataManager::DataManager(QWidget* window)
     connect(&m_desk, &EditDesk::becameIdle, this, &DataManager::becameIdle);
     connect(&m_process, &ProcessRunner::stopRequested, this, &DataManager::stopRequested);
     connect(&m_clipboard, &ClipboardCommands::clipboardEnabled, this, &DataManager::clipboardEnabled);
+    const auto hear = [this](void (DataManager::*signal)(), const char* slot) {
+        connect(this, signal, this, [this, slot] { m_tool.invoke(slot); });
+    };
+    hear(&DataManager::increaseBrushSize, "increaseBrushSize");
+    hear(&DataManager::decreaseBrushSize, "decreaseBrushSize");
+    hear(&DataManager::increaseBrushAspectRatio, "increaseBrushAspectRatio");
+    hear(&DataManager::decreaseBrushAspectRatio, "decreaseBrushAspectRatio");
+    hear(&DataManager::increaseBrushHardness, "increaseBrushHardness");
+    hear(&DataManager::decreaseBrushHardness, "decreaseBrushHardness");
 }
 
 DataManager::~DataManager() = default;
 
 void DataManager::samplingFormatEvent(EventId, const SamplingFormat& format)
 {
-    m_desk.state().format = format;
+    m_desk.formatChanged(format);
 }
 
 void DataManager::channelsModeEvent(EventId, const ChannelsMode& mode)
 {
     m_desk.state().channels = mode;
+    m_desk.touched();
 }
 
 void DataManager::transformEvent(EventId, const TransformSettings& settings)
@@ -47,11 +57,34 @@ void DataManager::layerEvent(EventId id, const ILayerPtr&)
 {
     if (id == EventId::LayerActivate)
         m_desk.activeChanged();
+    else
+        m_desk.touched();
+}
+
+void DataManager::timeBaseEvent(EventId id, const TimeBase& base)
+{
+    m_desk.setTimeBase(id, base);
+}
+
+void DataManager::timeUnitEvent(EventId id, const int32_t& unit)
+{
+    m_desk.setUnit(id, unit);
+}
+
+void DataManager::freqUnitEvent(EventId id, const int32_t& unit)
+{
+    m_desk.setUnit(id, unit);
+}
+
+void DataManager::freqScaleEvent(EventId id, const int32_t& scale)
+{
+    m_desk.setUnit(id, scale);
 }
 
 void DataManager::areaEvent(EventId, const Area& area)
 {
     m_desk.state().area = area;
+    m_desk.touched();
 }
 
 void DataManager::selectionEvent(EventId, const Selection& selection)
@@ -61,8 +94,10 @@ void DataManager::selectionEvent(EventId, const Selection& selection)
 
 void DataManager::transportPositionEvent(EventId id, const int64_t& position)
 {
-    if (id == EventId::TransportPositionChange)
-        m_desk.state().transportPosition = position;
+    if (id != EventId::TransportPositionChange)
+        return;
+    m_desk.state().transportPosition = position;
+    m_desk.touched();
 }
 
 void DataManager::mousePositionEvent(EventId, const MouseEvent& event)

@@ -50,14 +50,25 @@ public Q_SLOTS:
     void fadeSelection() { modifySelection(true, true); }
     void loadSelection() { m_selection.load(); }
     void saveSelection() { m_selection.save(); }
-    // Hands the last state of the mouse to the active tool.
-    void executeTool() { m_tool.execute(); }
+    // Hands the last state of the mouse to the active tool once more.
+    void executeTool() { m_tool.execute(ToolRequested); }
+    // The active tool has something begun that Return completes and Escape drops.
+    [[nodiscard]] bool isToolDrawing() const { return m_tool.isDrawing(); }
+    void acceptDrawing() { m_tool.execute(ToolAccept); }
+    void cancelDrawing() { m_tool.execute(ToolCancel); }
     // An entry of the Process menu.
     void executeProcess(IProcessPlugin* plugin, const QString& name) { m_process.execute(*plugin, name); }
     // A process in work shows what it has done so far, or takes that away.
     void previewProcess() { m_process.preview(); }
 
 Q_SIGNALS:
+    // From the keys of the shortcut table; the active tool hears them by a slot of the same name.
+    void increaseBrushSize();
+    void decreaseBrushSize();
+    void increaseBrushAspectRatio();
+    void decreaseBrushAspectRatio();
+    void increaseBrushHardness();
+    void decreaseBrushHardness();
     void selectionEnabled(bool enabled);
     void clipboardEnabled(bool enabled);
     void selectionBackupEnabled(bool enabled);
@@ -70,6 +81,10 @@ public:
     void samplingFormatEvent(EventId, const SamplingFormat& format) override;
     void channelsModeEvent(EventId, const ChannelsMode& mode) override;
     void transformEvent(EventId, const TransformSettings& settings) override;
+    void timeBaseEvent(EventId id, const TimeBase& base) override;
+    void timeUnitEvent(EventId id, const int32_t& unit) override;
+    void freqUnitEvent(EventId id, const int32_t& unit) override;
+    void freqScaleEvent(EventId id, const int32_t& scale) override;
     void layerRootEvent(EventId, const LayerRoot& root) override;
     void layerEvent(EventId id, const ILayerPtr& layer) override;
     void areaEvent(EventId, const Area& area) override;

@@ -1,6 +1,7 @@
 #include "editing/editdesk.h"
 
 #include "base/clock.h"
+#include "editing/plugindocument.h"
 #include "ui/widgets/messages.h"
 
 #include <QCoreApplication>
@@ -16,6 +17,24 @@ int64_t bufferMB()
     bool isNumber = false;
     const int64_t size = application ? application->property("maxbuffersizemb").toLongLong(&isNumber) : 0;
     return isNumber ? size : defaultBufferMB;
+}
+
+// Only what differs: setting a property stamps the layer.
+void restore(Layer& layer, const LayerHeader& old)
+{
+    const LayerHeader now = layer.header();
+    if (now.name != old.name)
+        layer.setName(old.name.toStdString());
+    if (now.enabled != old.enabled)
+        layer.setEnabled(old.enabled);
+    if (now.solo != old.solo)
+        layer.setSolo(old.solo);
+    if (now.polarity != old.polarity)
+        layer.setPolarity(old.polarity);
+    if (now.multiplier != old.multiplier)
+        layer.setMultiplier(old.multiplier);
+    if (now.color != old.color)
+        layer.setColor(old.color);
 }
 
 } // namespace
@@ -36,7 +55,12 @@ EditDesk::Action::~Action()
     Q_EMIT m_desk.becameIdle();
 }
 
-EditDesk::EditDesk(IEvent* listener, QWidget* window) : m_listener(listener), m_window(window) {}
+EditDesk::EditDesk(IEvent* listener, QWidget* window)
+    : m_listener(listener),
+      m_window(window),
+      m_document(std::make_unique<PluginDocument>(*this))
+{
+}
 
 EditDesk::~EditDesk() = default;
 
@@ -57,8 +81,7 @@ MaskedArea EditDesk::maskedArea() const
 
 PluginContext EditDesk::pluginContext()
 {
-    return {m_state.format, m_state.channels,   m_state.transform, activeLayer(),
-            &*m_state.root, &m_state.selection, m_state.area};
+    return m_document->context();
 }
 
 QList<ILayerPtr> EditDesk::tree() const
@@ -67,6 +90,11 @@ QList<ILayerPtr> EditDesk::tree() const
         return {};
     QList<ILayerPtr> all{m_state.root->project()};
     return all << m_state.root->allLayers();
+}
+
+bool EditDesk::hasProject() const
+{
+    return m_state.root && m_state.format.channels > 0;
 }
 
 // --- frames ----------------------------------------------------------------------------------------
@@ -105,9 +133,16 @@ void EditDesk::limitBuffers()
 
 // --- what the bus tells ----------------------------------------------------------------------------
 
+void EditDesk::formatChanged(const SamplingFormat& format)
+{
+    m_state.format = m_state.convert.format = format;
+    Q_EMIT changed();
+}
+
 void EditDesk::rootChanged(const LayerRoot& root)
 {
     m_state.root = root;
+    Q_EMIT changed();
     m_known = tree();
     for (auto it = m_buffers.begin(); it != m_buffers.end();)
         it = m_known.contains(it.key()) ? std::next(it) : m_buffers.erase(it);
@@ -122,22 +157,54 @@ void EditDesk::rootChanged(const LayerRoot& root)
     tellMemory();
 }
 
+void EditDesk::setTimeBase(EventId id, const TimeBase& base)
+{
+    Convert& convert = m_state.convert;
+    if (id == EventId::FrameRateChange) {
+        convert.fps = base.frameRate;
+    } else {
+        convert.bpm = base.bpm;
+        convert.beatsPerBar = base.beatsPerBar;
+        convert.beatUnit = base.beatUnit;
+    }
+    Q_EMIT changed();
+}
+
+// Values come from project files too; an unknown one is the first.
+void EditDesk::setUnit(EventId id, int32_t value)
+{
+    const auto bounded = [value](auto last) {
+        return value >= 0 && value <= int32_t(last) ? decltype(last)(value) : decltype(last)(0);
+    };
+    if (id == EventId::TimeUnitChange)
+        m_state.convert.timeUnit = bounded(TimeUnit::Pixels);
+    else if (id == EventId::FreqUnitChange)
+        m_state.convert.freqUnit = bounded(FreqUnit::Normalized);
+    else
+        m_state.convert.freqScale = bounded(FreqScale::MidiLogarithmic);
+    Q_EMIT changed();
+}
+
 void EditDesk::selectionChanged(const Selection& selection)
 {
     m_state.selection = m_told = selection;
+    Q_EMIT changed();
     Q_EMIT selectionEnabled(!selection.isEmpty());
 }
 
 void EditDesk::transformChanged(const TransformSettings& settings)
 {
     m_state.transform = std::make_shared<const Transform>(settings);
+    m_state.convert.settings = settings;
     for (const auto& buffer : qAsConst(m_buffers))
         buffer->setSettings(m_state.transform);
+    Q_EMIT changed();
 }
 
 void EditDesk::activeChanged()
 {
     limitBuffers();
+    Q_EMIT changed();
 }
 
 void EditDesk::tellMemory()
@@ -159,6 +226,7 @@ void EditDesk::commit(const QString& label, const QIcon& icon)
     tellContents();
     tellTree();
     tellSelection();
+    Q_EMIT changed();
     if (!m_modified || label.isEmpty())
         return;
     m_modified = false;
@@ -222,9 +290,67 @@ void EditDesk::rollBack(const QString& label, const QString& words)
     messages::critical(m_window, label, tr("The last action could not be stored and was taken back."), words);
 }
 
+bool EditDesk::rollBackFailed(const QString& label)
+{
+    commitBuffers();
+    QString words;
+    bool failed = false;
+    for (const ILayerPtr& layer : tree())
+        if (const auto stored = std::dynamic_pointer_cast<Layer>(layer))
+            failed = stored->takeStorageError(failed ? nullptr : &words) || failed;
+    if (failed)
+        rollBack(label, words);
+    return failed;
+}
+
+void EditDesk::tellFailure(const QString& title, const QString& plugin, const QString& cause)
+{
+    QMetaObject::invokeMethod(
+        this,
+        [this, title, plugin, cause] {
+            messages::critical(m_window, title, tr("%1 has failed. What it did was taken back.").arg(plugin),
+                               cause);
+        },
+        Qt::QueuedConnection);
+}
+
+EditDesk::Mark EditDesk::mark() const
+{
+    Mark mark{m_state.selection, activeLayer(), {}};
+    for (const ILayerPtr& layer : tree())
+        if (const auto stored = std::dynamic_pointer_cast<Layer>(layer))
+            mark.properties << std::pair(stored, stored->header());
+    return mark;
+}
+
+void EditDesk::takeBack(const Mark& mark)
+{
+    commitBuffers(); // pending frames would come back otherwise
+    m_state.selection = mark.selection;
+    const auto isTouched = [this](const ILayer& layer) {
+        return layer.hasBackup() && std::max(layer.contentTime(), layer.propertiesTime()) >= m_actionTime;
+    };
+    // Groups first: then the tree is the old one again.
+    for (const bool groups : {true, false})
+        for (const ILayerPtr& layer : tree())
+            if ((layer->type() == LayerTypeGroup) == groups && isTouched(*layer))
+                layer->resetToBackup();
+    for (const auto& [layer, header] : mark.properties)
+        restore(*layer, header);
+    if (m_state.root->layer(-1) != mark.active)
+        m_state.root->setActive(mark.active);
+    releaseBuffers();
+    tellContents();
+    tellTree();
+    tellSelection();
+    m_modified = false;
+    Q_EMIT changed();
+}
+
 void EditDesk::moveTransport(int64_t position)
 {
     m_state.transportPosition = position;
+    Q_EMIT changed();
     postEvent(m_listener, EventId::TransportPositionChange, position, m_listener);
 }
 

@@ -1,6 +1,7 @@
 // What all commands on a document share: its state as the bus tells it, and the closing of an edit.
 #pragma once
 
+#include "display/scales/convert.h"
 #include "model/events.h"
 #include "model/historyentry.h"
 #include "model/layerroot.h"
@@ -16,6 +17,7 @@
 #include <QMap>
 #include <QObject>
 
+class PluginDocument;
 class QWidget;
 
 // Copies of the project in front. Written by DataManager as the bus tells them; the commands change
@@ -29,6 +31,7 @@ struct EditState
     Area area;                                  // in view
     Selection selection;
     int64_t transportPosition = 0;
+    Convert convert; // units, scale, tempo; `format` and `settings` as above
 };
 
 // The road of an edit: a command makes an Action (which refuses while another one runs), checks its
@@ -63,6 +66,7 @@ public:
     [[nodiscard]] const EditState& state() const { return m_state; }
     [[nodiscard]] QWidget* window() const { return m_window; }
     [[nodiscard]] bool isBusy() const { return m_busy; }
+    [[nodiscard]] bool hasProject() const;
 
     // The group of the user's layers; null without a project.
     [[nodiscard]] LayerGroupPtr layers() const;
@@ -70,7 +74,7 @@ public:
     [[nodiscard]] ILayerPtr activeLayer() const;
     // What a spectral command works on.
     [[nodiscard]] MaskedArea maskedArea() const;
-    // What a tool or process sees; it may change selection and tree. Only with a project.
+    // What a tool or process sees; it may change selection and tree.
     [[nodiscard]] PluginContext pluginContext();
 
     // The frames of a layer, for tools and processes; made on the first call.
@@ -88,6 +92,23 @@ public:
     // Takes what the Action has done to samples and selection back, and shows one box, titled `label`,
     // with `words` (folder and cause). No state is recorded.
     void rollBack(const QString& label, const QString& words);
+    // Writes pending frames; true when that or something before it could not be stored, and was rolled back.
+    bool rollBackFailed(const QString& label);
+    // A box that names a plug-in and tells that its work was taken back, shown as soon as the event loop
+    // runs, so that nobody waits for it in the midst of a delivery.
+    void tellFailure(const QString& title, const QString& plugin, const QString& cause);
+
+    // What a plug-in's call may have to be put back to.
+    struct Mark
+    {
+        Selection selection;
+        ILayerPtr active;
+        QList<std::pair<LayerPtr, LayerHeader>> properties;
+    };
+    [[nodiscard]] Mark mark() const;
+    // Undoes what has been done to samples, tree, properties and selection since the Action began, without
+    // a box and without a state. A layer that was touched goes back to the last state.
+    void takeBack(const Mark& mark);
 
     void moveTransport(int64_t position);
     // Makes a layer of the tree the active one; tells the tree first when it is another one.
@@ -104,7 +125,12 @@ public:
     void tellSaved();
 
     // To be called when the bus has told the thing.
+    // One that is told by a member of state() alone, such as the position, is followed by touched().
+    void touched() { Q_EMIT changed(); }
+    void setTimeBase(EventId id, const TimeBase& base);
+    void setUnit(EventId id, int32_t value);
     void rootChanged(const LayerRoot& root);
+    void formatChanged(const SamplingFormat& format);
     void selectionChanged(const Selection& selection);
     void transformChanged(const TransformSettings& settings);
     void activeChanged();
@@ -115,6 +141,8 @@ Q_SIGNALS:
     void selectionLoadEnabled(bool enabled);
     // A command has ended.
     void becameIdle();
+    // Something of the state is another one now.
+    void changed();
 
 private:
     void limitBuffers();
@@ -129,6 +157,7 @@ private:
     IEvent* m_listener;
     QWidget* m_window;
     EditState m_state;
+    std::unique_ptr<PluginDocument> m_document;
     bool m_busy = false;
     bool m_modified = false;
     int64_t m_actionTime = 0;

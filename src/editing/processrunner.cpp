@@ -1,25 +1,11 @@
 #include "editing/processrunner.h"
 
+#include "editing/plugincall.h"
 #include "plugins/iprocessplugin.h"
-
-#include <exception>
 
 #include <QDebug>
 
 namespace {
-
-// True when the process asks for a state of the history.
-bool call(IProcessPlugin& plugin, const QString& name)
-{
-    try {
-        return plugin.execute(name);
-    } catch (const std::exception& error) {
-        qWarning().noquote() << "process" << name << "failed:" << error.what();
-    } catch (...) {
-        qWarning().noquote() << "process" << name << "failed";
-    }
-    return false;
-}
 
 QIcon processIcon()
 {
@@ -31,13 +17,21 @@ QIcon processIcon()
 void ProcessRunner::execute(IProcessPlugin& plugin, const QString& name)
 {
     const EditDesk::Action action(m_desk);
-    if (!action || !m_desk.state().root)
+    if (!action || !m_desk.hasProject())
         return;
     Q_EMIT stopRequested();
+    const EditDesk::Mark mark = m_desk.mark();
     plugin.context = m_desk.pluginContext();
-    const bool recorded = call(plugin, name);
+    QString cause;
+    const std::optional<bool> recorded = callPlugin(cause, [&] { return plugin.execute(name); });
     Q_EMIT stopRequested();
-    m_desk.commit(recorded ? name : QString(), processIcon());
+    if (!recorded) {
+        qWarning().noquote() << "process" << name << "failed:" << cause;
+        m_desk.takeBack(mark);
+        m_desk.tellFailure(tr("Process Failed"), name, cause);
+    } else if (!m_desk.rollBackFailed(name)) {
+        m_desk.commit(*recorded ? name : QString(), processIcon());
+    }
 }
 
 void ProcessRunner::preview()

@@ -7,7 +7,7 @@
 
 class IProcessPlugin;
 
-// A process that throws is told in the log; what it changed belongs to the next state. GUI thread.
+// What a process that throws has done is taken back, and a box tells it. GUI thread.
 class ProcessRunner : public QObject
 {
     Q_OBJECT

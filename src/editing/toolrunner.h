@@ -3,42 +3,62 @@
 
 #include "editing/editdesk.h"
 #include "model/toolstate.h"
+#include "plugins/itoolplugin.h"
 
 #include <QCursor>
+#include <QElapsedTimer>
 #include <QPainterPath>
 #include <QPointer>
-
-class IToolPlugin;
-struct ToolControl;
+#include <QTimer>
 
 // Hands the pointer's state to the active tool and tells what the tool has changed: document, selection,
-// cursor, outline, controls. The document's lock is held for writing meanwhile. A tool that throws is told
-// in the log, and what it changed belongs to the next state. GUI thread.
+// position, cursor, outline, controls. The document's lock is held for writing meanwhile.
+//
+// What a tool that throws has done is taken back; a box tells it, and the tool is laid down, since it would
+// throw at the next move of the pointer again. GUI thread.
 class ToolRunner
 {
 public:
-    ToolRunner(EditDesk& desk, IEvent* listener) : m_desk(desk), m_listener(listener) {}
+    ToolRunner(EditDesk& desk, IEvent* listener);
 
+    // Leaves the old tool and enters the new one, also where they are the same.
     void setTool(EventId tool, IToolPlugin* plugin);
-    void setMouse(const MouseEvent& event) { m_mouse = event; }
+    void setMouse(const MouseEvent& event);
     void setControlId(int32_t id) { m_controlId = id; }
     // ToolPluginActivate, ToolNoneActivate, ...: the id of the event that chose the tool.
     [[nodiscard]] EventId tool() const { return m_tool; }
+    [[nodiscard]] IToolPlugin* plugin() const { return m_plugin; }
+    // The tool shows an outline: Return and Escape are its own.
+    [[nodiscard]] bool isDrawing() const { return isActive() && !m_path.isEmpty(); }
 
-    // Nothing happens without a plug-in tool, and while a command or process is in work.
-    void execute();
+    // Hands the last state of the mouse over, told as fresh (flags 0 or ToolDoubleClick) or once more
+    // (`flags` of ToolFlag). Nothing happens without a plug-in tool and a project, and while a command or
+    // process is in work.
+    void execute(uint32_t flags = 0);
+    // Calls a slot of the active tool by its name, if it has one.
+    void invoke(const char* slot);
 
 private:
-    [[nodiscard]] bool call(QList<ToolControl>& controls);
-    void tellPictures(const QCursor& cursor, const QPainterPath& path, const QList<ControlPoint>& controls);
+    [[nodiscard]] bool isActive() const { return m_tool == EventId::ToolPluginActivate && m_plugin; }
+    // Of the two hooks that change nothing; false when it threw.
+    bool hook(IToolPlugin& plugin, void (IToolPlugin::*function)());
+    void leave();
+    void tellContext();
+    void fail(const EditDesk::Mark& mark, const QString& cause);
+    void tellPictures(const QCursor& cursor, const QPainterPath& path, const QList<ToolControl>& controls);
 
     EditDesk& m_desk;
     IEvent* m_listener;
     EventId m_tool = EventId::ToolNoneActivate;
     QPointer<IToolPlugin> m_plugin;
     MouseEvent m_mouse;
+    uint32_t m_clickFlag = 0;   // ToolDoubleClick while the press in m_mouse is one
+    QElapsedTimer m_sincePress; // since the last one
+    bool m_runs = false;        // the tool is being called, or what it did is told
+    QTimer m_context;           // runs out where contextChanged() is due
+    bool m_contextDue = false;  // as soon as nothing is in work
     QCursor m_cursor;
     QPainterPath m_path;
-    QList<ControlPoint> m_controls;
+    QList<ToolControl> m_controls;
     int32_t m_controlId = -1;
 };

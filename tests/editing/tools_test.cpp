@@ -37,18 +37,58 @@ struct TestTool : IToolPlugin
     QToolButton* toolButton() override { return &button; }
     QWidget* optionsWidget() override { return nullptr; }
     bool execute(const MouseEvent& event, QCursor& cursor, QPainterPath& path, QList<ToolControl>& controls,
-                 uint32_t) override
+                 uint32_t given) override
     {
         ++calls;
         last = event;
+        flags = given;
         return act ? act(cursor, path, controls) : false;
+    }
+    void activate() override
+    {
+        life << QStringLiteral("on");
+        if (activating)
+            activating();
+    }
+    void deactivate() override { life << QStringLiteral("off"); }
+    void contextChanged() override
+    {
+        ++contexts;
+        if (changing)
+            changing();
     }
 
     QAction action;
     QToolButton button;
     int calls = 0;
+    int contexts = 0;
+    QStringList life;
     MouseEvent last;
+    uint32_t flags = 0;
+    std::function<void()> activating;
+    std::function<void()> changing;
     std::function<bool(QCursor&, QPainterPath&, QList<ToolControl>&)> act;
+};
+
+class BrushTool : public IToolPlugin
+{
+    Q_OBJECT
+
+public:
+    bool init(const QString&, QWidget*) override { return true; }
+    QString description() const override { return {}; }
+    QString groupName() const override { return {}; }
+    QToolButton* toolButton() override { return nullptr; }
+    QWidget* optionsWidget() override { return nullptr; }
+    bool execute(const MouseEvent&, QCursor&, QPainterPath&, QList<ToolControl>&, uint32_t) override
+    {
+        return false;
+    }
+    int size = 0;
+
+public Q_SLOTS:
+    void increaseBrushSize() { ++size; }
+    void decreaseBrushSize() { --size; }
 };
 
 struct TestProcess : IProcessPlugin
@@ -76,6 +116,8 @@ struct Ear : IEvent
     void cursorEvent(EventId, const QCursor& cursor) override { cursors << cursor.shape(); }
     void drawingEvent(EventId, const DrawingState& drawing) override { paths << drawing.path; }
     void controlsEvent(EventId, const QList<ControlPoint>& points) override { controls << points; }
+    void transportPositionEvent(EventId, const int64_t& to) override { position = to; }
+    int64_t position = -1;
     QList<Qt::CursorShape> cursors;
     QList<QPainterPath> paths;
     QList<QList<ControlPoint>> controls;
@@ -249,19 +291,245 @@ TEST(Tools, NobodyReadsTheDocumentWhileAToolChangesIt)
     documentLock().unlock();
 }
 
-TEST(Tools, AToolThatThrowsIsNamedInTheLogAndLeavesTheProgramUsable)
+TEST(Tools, OneThatThrowsIsToldTakenBackAndLaidDown)
+{
+    EditSession session;
+    const auto samples = noise(20000, 1);
+    const LayerPtr layer = session.begin(samples);
+    session.select(100, 200, 300, 400);
+    const Selection selection = session.selection();
+    const QString name = layer->name();
+    TestTool tool;
+    activate(tool);
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) -> bool {
+        touch(layer);
+        session.data.desk().spectralBufferFor(layer)->setBin(20, 0, 50, {0.5f, 0.0f});
+        tool.context.selection->clear();
+        layer->setName("other");
+        tool.context.root->layer(RootProject)->removeChildLayer(layer);
+        tool.context.root->setActive(nullptr);
+        tool.context.transportPosition = 77;
+        throw std::runtime_error("oh");
+    };
+    testsupport::expectWarning(QStringLiteral("tool Test failed: oh"));
+    moveMouse(1);
+    EXPECT_TRUE(dataOf(*layer) == samples);
+    EXPECT_EQ(layer->name(), name);
+    EXPECT_EQ(session.tree()->children(ChildrenDirect), QList<ILayerPtr>{layer});
+    EXPECT_EQ(session.project().activeLayer(), ILayerPtr(layer));
+    EXPECT_TRUE(session.project().selection == selection);
+    EXPECT_EQ(session.data.desk().state().transportPosition, 0);
+    EXPECT_EQ(session.rows(), QStringList("New"));
+    EXPECT_FALSE(session.data.isBusy());
+    EXPECT_TRUE(documentLock().tryLockForRead());
+    documentLock().unlock();
+    ASSERT_TRUE(testsupport::waitFor([&] { return !session.boxes.list.empty(); }));
+    EXPECT_EQ(session.boxes.list[0].title, QStringLiteral("Tool Failed"));
+    EXPECT_EQ(session.boxes.list[0].text, QStringLiteral("Test has failed. What it did was taken back."));
+    EXPECT_EQ(session.boxes.list[0].informative, QStringLiteral("oh"));
+    moveMouse(2);
+    EXPECT_EQ(tool.calls, 1) << "it would throw again";
+    // Nothing of it is left for the next state.
+    session.data.deselect();
+    session.history.undo();
+    EXPECT_TRUE(dataOf(*layer) == samples);
+}
+
+TEST(Tools, ThoseChosenAndLeftAreToldSoWithTheDocumentAtHand)
+{
+    EditSession session;
+    const LayerPtr layer = session.begin(noise(20000, 1));
+    TestTool first;
+    TestTool second;
+    first.activating = [&] { EXPECT_EQ(first.context.activeLayer, ILayerPtr(layer)); };
+    activate(first);
+    EXPECT_EQ(first.life, QStringList("on"));
+    first.act = [](QCursor& cursor, QPainterPath& path, QList<ToolControl>& controls) {
+        cursor = Qt::CrossCursor;
+        path = selectiontest::rectangle(1, 2, 3, 4);
+        controls = {{0, {5, 6}}};
+        return false;
+    };
+    moveMouse(1);
+    Ear ear;
+    activate(second);
+    EXPECT_EQ(first.life, (QStringList{"on", "off"}));
+    EXPECT_EQ(second.life, QStringList("on"));
+    EXPECT_EQ(ear.cursors, QList<Qt::CursorShape>{Qt::ArrowCursor}) << "what the old one showed is gone";
+    EXPECT_EQ(ear.paths, QList<QPainterPath>{QPainterPath()});
+    EXPECT_EQ(ear.controls, QList<QList<ControlPoint>>{{}});
+    activate(second); // in another mode
+    EXPECT_EQ(second.life, (QStringList{"on", "off", "on"}));
+    postEvent(nullptr, EventId::ToolPanActivate, nullptr);
+    EXPECT_EQ(second.life.last(), QStringLiteral("off"));
+    EXPECT_EQ(second.calls, 0);
+}
+
+TEST(Tools, OneThatThrowsWhenItIsChosenIsLaidDown)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    TestTool tool;
+    tool.activating = [] { throw std::runtime_error("not today"); };
+    testsupport::expectWarning(QStringLiteral("tool Test failed: not today"));
+    activate(tool);
+    moveMouse(1);
+    EXPECT_EQ(tool.calls, 0);
+}
+
+TEST(Tools, TheLastStateIsGivenOnceMoreWhenTheToolAsksForIt)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    TestTool tool;
+    tool.mode = 3;
+    activate(tool);
+    MouseEvent press;
+    press.pressure = 1;
+    postEvent(nullptr, EventId::MousePositionChange, press, nullptr);
+    EXPECT_EQ(tool.flags, 0U);
+    EXPECT_EQ(tool.last.previousPressure, -1);
+    EXPECT_EQ(tool.last.toolMode, 3U);
+    session.data.executeTool();
+    EXPECT_EQ(tool.flags, uint32_t(ToolRequested));
+    EXPECT_EQ(tool.last.pressure, 1);
+    EXPECT_EQ(tool.last.previousPressure, 1) << "nothing has just been pressed";
+}
+
+TEST(Tools, ASecondPressSoonAfterTheFirstAtTheSamePlaceIsADoubleClick)
 {
     EditSession session;
     session.begin(noise(20000, 1));
     TestTool tool;
     activate(tool);
-    tool.act = [](QCursor&, QPainterPath&, QList<ToolControl>&) -> bool { throw std::runtime_error("oh"); };
-    testsupport::expectWarning(QStringLiteral("tool Test failed: oh"));
+    const auto click = [&](double x) {
+        MouseEvent event;
+        event.pressPixel = {x, 10};
+        event.pressure = 1;
+        postEvent(nullptr, EventId::MousePositionChange, event, nullptr);
+        const uint32_t flags = tool.flags;
+        event.pressure = -1;
+        event.previousPressure = 1;
+        postEvent(nullptr, EventId::MousePositionChange, event, nullptr);
+        EXPECT_EQ(tool.flags, 0U);
+        return flags;
+    };
+    EXPECT_EQ(click(10), 0U);
+    EXPECT_EQ(click(11), uint32_t(ToolDoubleClick));
+    EXPECT_EQ(click(11), 0U) << "a third one begins anew";
+    EXPECT_EQ(click(300), 0U);
+}
+
+TEST(Tools, ReturnAndEscapeAreTheToolsOwnWhileItShowsAnOutline)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    TestTool tool;
+    activate(tool);
+    EXPECT_FALSE(session.data.isToolDrawing());
+    tool.act = [&](QCursor&, QPainterPath& path, QList<ToolControl>&) {
+        path = tool.flags & (ToolAccept | ToolCancel) ? QPainterPath() : selectiontest::rectangle(1, 2, 3, 4);
+        return false;
+    };
     moveMouse(1);
+    EXPECT_TRUE(session.data.isToolDrawing());
+    session.data.cancelDrawing();
+    EXPECT_EQ(tool.flags, uint32_t(ToolCancel));
+    EXPECT_FALSE(session.data.isToolDrawing());
+    moveMouse(2);
+    session.data.acceptDrawing();
+    EXPECT_EQ(tool.flags, uint32_t(ToolAccept));
+}
+
+TEST(Tools, OneThatMovesThePositionMovesTheTransport)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    TestTool tool;
+    activate(tool);
+    session.moveTransport(100);
+    Ear ear;
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) {
+        EXPECT_EQ(tool.context.transportPosition, 100);
+        tool.context.transportPosition = 4321;
+        return false;
+    };
+    moveMouse(1);
+    EXPECT_EQ(session.data.desk().state().transportPosition, 4321);
+    EXPECT_EQ(ear.position, 4321);
     EXPECT_EQ(session.rows(), QStringList("New"));
-    EXPECT_FALSE(session.data.isBusy());
-    EXPECT_TRUE(documentLock().tryLockForRead());
-    documentLock().unlock();
+}
+
+TEST(Tools, WhatOthersChangeIsToldOnceAndWhatTheToolChangesIsNot)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    TestTool tool;
+    activate(tool);
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) {
+        tool.context.selection->add(selectiontest::rectangle(100, 100, 1000, 1000), 0, 0, false);
+        tool.context.transportPosition += 1;
+        return true;
+    };
+    moveMouse(1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(tool.contexts, 0);
+    tool.changing = [&] { EXPECT_TRUE(tool.context.selection->isEmpty()); };
+    session.data.deselect();
+    session.moveTransport(9);
+    postEvent(nullptr, EventId::DisplayAreaChange, Area{1, 2, 3, 4}, nullptr);
+    ASSERT_TRUE(testsupport::waitFor([&] { return tool.contexts > 0; }));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(tool.contexts, 1);
+    EXPECT_EQ(tool.context.transportPosition, 9);
+    EXPECT_EQ(tool.context.area, (Area{1, 2, 3, 4}));
+}
+
+TEST(Tools, UnitsAndFramesAreServedThroughTheContext)
+{
+    EditSession session;
+    const LayerPtr layer = session.begin(noise(20000, 1));
+    postEvent(nullptr, EventId::TimeUnitChange, int32_t(TimeUnit::Seconds), nullptr);
+    postEvent(nullptr, EventId::FreqScaleChange, int32_t(FreqScale::Mel), nullptr);
+    TestTool tool;
+    activate(tool);
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) {
+        const IConvert& convert = *tool.context.convert;
+        EXPECT_EQ(convert.stringToTime(convert.timeToString(8000)), 8000);
+        EXPECT_NEAR(convert.fromScale(convert.toScale(1234)), 1234, 1e-6);
+        EXPECT_NE(convert.toScale(1234), 1234);
+        EXPECT_EQ(convert.freqSuffix(), QStringLiteral("Hz"));
+        ISpectralBuffer* const frames = tool.context.spectra->frames(layer);
+        EXPECT_EQ(tool.context.spectra->frames(layer), frames);
+        EXPECT_EQ(tool.context.spectra->frames(nullptr), nullptr);
+        EXPECT_GT(tool.context.spectra->prefetch(layer, 10, 4, 1), 0);
+        EXPECT_EQ(tool.context.spectra->prefetch(nullptr, 10, 4, 1), 0);
+        const Complex bin = session.data.desk().spectralBufferFor(layer)->getBin(12, 0, 30);
+        EXPECT_EQ(frames->getBin(12, 0, 30).re, bin.re);
+        EXPECT_NE(bin.re, 0);
+        return false;
+    };
+    moveMouse(1);
+    EXPECT_EQ(tool.calls, 1);
+}
+
+TEST(Tools, KeysOfTheBrushReachTheActiveToolThatHasSuchASlot)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    BrushTool brush;
+    TestTool plain;
+    Q_EMIT session.data.increaseBrushSize();
+    EXPECT_EQ(brush.size, 0) << "it is not the active one";
+    postEvent(nullptr, EventId::ToolPluginActivate, ToolActivation{&brush, 0}, nullptr);
+    Q_EMIT session.data.increaseBrushSize();
+    Q_EMIT session.data.increaseBrushSize();
+    Q_EMIT session.data.decreaseBrushSize();
+    Q_EMIT session.data.increaseBrushHardness(); // not its business
+    EXPECT_EQ(brush.size, 1);
+    activate(plain);
+    Q_EMIT session.data.increaseBrushSize();
+    EXPECT_EQ(brush.size, 1);
 }
 
 TEST(Tools, AToolThatIsGoneIsNotCalled)
@@ -341,16 +609,25 @@ TEST(Processes, AToolIsNotCalledDuringOneAndAPreviewMakesNoStep)
     EXPECT_EQ(session.rows(), (QStringList{"New", "Outer"}));
 }
 
-TEST(Processes, OneThatThrowsIsNamedInTheLogAndTheProgramGoesOn)
+TEST(Processes, OneThatThrowsIsToldAndTakenBack)
 {
     EditSession session;
-    session.begin(noise(20000, 1));
+    const auto samples = noise(20000, 1);
+    const LayerPtr layer = session.begin(samples);
     TestProcess process;
-    process.act = [](const QString&) -> bool { throw 1; };
+    process.act = [&](const QString&) -> bool {
+        touch(layer);
+        session.data.previewProcess();
+        throw 1;
+    };
     testsupport::expectWarning(QStringLiteral("process Odd failed"));
     session.data.executeProcess(&process, QStringLiteral("Odd"));
     EXPECT_FALSE(session.data.isBusy());
     EXPECT_EQ(session.rows(), QStringList("New"));
+    EXPECT_TRUE(dataOf(*layer) == samples);
+    ASSERT_TRUE(testsupport::waitFor([&] { return !session.boxes.list.empty(); }));
+    EXPECT_EQ(session.boxes.list[0].title, QStringLiteral("Process Failed"));
+    EXPECT_EQ(session.boxes.list[0].text, QStringLiteral("Odd has failed. What it did was taken back."));
 }
 
 // --- progress --------------------------------------------------------------------------------------
@@ -407,3 +684,5 @@ TEST(Progress, ACancelledCommandLeavesEverythingAsItWasAndRecordsNothing)
     }
     EXPECT_EQ(session.boxes.words(), QStringList());
 }
+
+#include "tools_test.moc"

@@ -13,7 +13,8 @@ struct PointD
 
 // Payload of MousePositionChange: a plain copyable record. Positions are (time in sample points,
 // frequency in Hz); the press members are copies of the current ones taken whenever `pressure`
-// rises from below 0 to 0 or more.
+// rises from below 0 to 0 or more. So a button goes down where previousPressure < 0 <= pressure, is
+// held while pressure >= 0, and goes up where previousPressure >= 0 > pressure.
 struct MouseEvent
 {
     PointD position;
@@ -29,4 +30,8 @@ struct MouseEvent
     uint32_t toolMode = 0;
     PointD previousPosition;
     int32_t channel = 0;
+    // `position` and `pressPosition` on the nearest tick of the rulers or marker within a few pixels
+    // while snapping is on; otherwise the same as those.
+    PointD snapped;
+    PointD pressSnapped;
 };
