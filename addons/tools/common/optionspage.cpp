@@ -1,0 +1,218 @@
+#include "optionspage.h"
+
+#include "model/iselection.h"
+#include "plugins/plugincontext.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <QDoubleSpinBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+
+namespace {
+
+constexpr int spacing = 6;
+constexpr int groupSpacing = 14;
+constexpr int fieldLetters = 11; // "0:00:00.000"
+constexpr double mostFadeSeconds = 100;
+constexpr double mostFadeHz = 1e9;
+
+bool isTime(SelectionField f)
+{
+    return f <= SelectionField::Length;
+}
+
+double end(const Area& area)
+{
+    return area.x + area.width;
+}
+
+double high(const Area& area)
+{
+    return area.y + area.height;
+}
+
+// The area with one number replaced; a length keeps the start.
+Area withNumber(Area area, SelectionField field, double value)
+{
+    switch (field) {
+    case SelectionField::Start:
+        area.width = end(area) - value;
+        area.x = value;
+        break;
+    case SelectionField::End:
+        area.width = value - area.x;
+        break;
+    case SelectionField::Length:
+        area.width = value;
+        break;
+    case SelectionField::Low:
+        area.height = high(area) - value;
+        area.y = value;
+        break;
+    case SelectionField::High:
+        area.height = value - area.y;
+        break;
+    }
+    return area;
+}
+
+} // namespace
+
+OptionsPage::OptionsPage(QWidget* parent)
+    : QWidget(parent),
+      m_row(new QHBoxLayout(this)),
+      m_own(new QHBoxLayout)
+{
+    m_row->setContentsMargins(spacing, 0, spacing, 0);
+    m_row->setSpacing(spacing);
+    m_own->setSpacing(spacing);
+    m_row->addLayout(m_own);
+    m_fadeTime = addNumber(tr("Fade:"), 0, mostFadeSeconds * 1000, 1, 0, tr(" ms"));
+    m_fadeTime->setDecimals(3);
+    m_fadeTime->setObjectName(QStringLiteral("fadetime"));
+    m_fadeTime->setAccessibleName(tr("Fade in time"));
+    m_fadeTime->setToolTip(tr("Fade in time: from the border inwards to full strength"));
+    m_fadeFrequency = addNumber({}, 0, mostFadeHz, 10, 0, tr(" Hz"));
+    m_fadeFrequency->setObjectName(QStringLiteral("fadefrequency"));
+    m_fadeFrequency->setAccessibleName(tr("Fade in frequency"));
+    m_fadeFrequency->setToolTip(tr("Fade in frequency: from the border inwards to full strength"));
+    m_row->addSpacing(groupSpacing);
+    addField(SelectionField::Start, tr("Start:"), tr("Where the selection begins"));
+    addField(SelectionField::End, tr("End:"), tr("Where the selection ends"));
+    addField(SelectionField::Length, tr("Length:"), tr("How long the selection is"));
+    addField(SelectionField::Low, tr("Low:"), tr("The lowest frequency of the selection"));
+    addField(SelectionField::High, tr("High:"), tr("The highest frequency of the selection"));
+    m_row->addStretch();
+    // From here on the tool's own numbers stand before the fade.
+    m_own = new QHBoxLayout;
+    m_own->setSpacing(spacing);
+    m_row->insertLayout(0, m_own);
+}
+
+QDoubleSpinBox* OptionsPage::addNumber(const QString& label, double least, double most, double step,
+                                       double value, const QString& suffix)
+{
+    auto* const box = new QDoubleSpinBox(this);
+    box->setRange(least, most);
+    box->setSingleStep(step);
+    box->setDecimals(step < 1 ? 2 : 0);
+    box->setValue(value);
+    box->setSuffix(suffix);
+    box->setKeyboardTracking(false);
+    if (!label.isEmpty()) {
+        auto* const text = new QLabel(label, this);
+        text->setBuddy(box);
+        m_own->addWidget(text);
+        box->setAccessibleName(label);
+    }
+    m_own->addWidget(box);
+    connect(box, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, &OptionsPage::changed);
+    return box;
+}
+
+void OptionsPage::addField(SelectionField f, const QString& label, const QString& hint)
+{
+    static const char* const names[] = {"start", "end", "length", "low", "high"};
+    Field& made = field(f);
+    made.label = new QLabel(label, this);
+    made.edit = new QLineEdit(this);
+    made.suffix = new QLabel(this);
+    made.edit->setObjectName(QLatin1String(names[size_t(f)]));
+    made.edit->setToolTip(hint);
+    made.edit->setAccessibleName(hint);
+    made.edit->setFixedWidth(made.edit->fontMetrics().averageCharWidth() * fieldLetters + 2 * spacing);
+    made.label->setBuddy(made.edit);
+    m_row->addWidget(made.label);
+    m_row->addWidget(made.edit);
+    m_row->addWidget(made.suffix);
+    connect(made.edit, &QLineEdit::editingFinished, this, [this, f] {
+        QLineEdit* const edit = field(f).edit;
+        if (!edit->isModified())
+            return;
+        edit->setModified(false);
+        m_typedField = f;
+        m_typedText = edit->text();
+        Q_EMIT typed();
+    });
+}
+
+double OptionsPage::fadeSeconds() const
+{
+    return m_fadeTime->value() / 1000;
+}
+
+double OptionsPage::fadeHz() const
+{
+    return m_fadeFrequency->value();
+}
+
+void OptionsPage::reset()
+{
+    for (Field& f : m_fields)
+        f.edit->setModified(false);
+    m_typedField.reset();
+    m_collected = Area();
+}
+
+void OptionsPage::show(SelectionField f, const QString& text)
+{
+    QLineEdit* const edit = field(f).edit;
+    if (!edit->isModified() && edit->text() != text)
+        edit->setText(text);
+}
+
+void OptionsPage::follow(const PluginContext& context)
+{
+    const bool known = context.selection && context.convert;
+    const bool selected = known && !context.selection->isEmpty();
+    const Area area = selected ? context.selection->bounds() : m_collected;
+    const auto time = [&](double samples) { return context.convert->timeToString(samples); };
+    const auto frequency = [&](double hz) { return context.convert->freqToString(hz); };
+    for (int i = 0; i < selectionFields; ++i) {
+        Field& f = m_fields[size_t(i)];
+        f.edit->setEnabled(known);
+        if (known)
+            f.suffix->setText(isTime(SelectionField(i)) ? context.convert->timeSuffix()
+                                                        : context.convert->freqSuffix());
+    }
+    const bool shown = known && (selected || area != Area());
+    show(SelectionField::Start, shown ? time(area.x) : QString());
+    show(SelectionField::End, shown ? time(end(area)) : QString());
+    show(SelectionField::Length, shown ? time(area.width) : QString());
+    show(SelectionField::Low, shown ? frequency(area.y) : QString());
+    show(SelectionField::High, shown ? frequency(high(area)) : QString());
+}
+
+std::optional<Area> OptionsPage::takeTyped(const PluginContext& context)
+{
+    const auto typedField = std::exchange(m_typedField, std::nullopt);
+    if (!typedField || !context.selection || !context.convert ||
+        std::none_of(m_typedText.begin(), m_typedText.end(), [](QChar c) { return c.isDigit(); }))
+        return {};
+    const double value = isTime(*typedField) ? double(context.convert->stringToTime(m_typedText))
+                                             : context.convert->stringToFreq(m_typedText);
+    const bool selected = !context.selection->isEmpty();
+    const Area band = fullBandArea(context.format, {});
+    Area area = selected ? context.selection->bounds() : m_collected;
+    if (!selected && !(area.height > 0)) {
+        area.y = band.y;
+        area.height = band.height;
+    }
+    const bool beginsAnew = !selected && area.width <= 0 && *typedField == SelectionField::Start;
+    area = beginsAnew ? Area{value, area.y, 0, area.height} : withNumber(area, *typedField, value);
+    // Nothing is selected before time 0 or outside the band.
+    const double top = std::min(high(area), band.y + band.height);
+    area.y = std::max(area.y, band.y);
+    area.height = top - area.y;
+    if (area.x < 0) {
+        area.width += area.x;
+        area.x = 0;
+    }
+    const bool usable = area.width > 0 && area.height > 0;
+    if (!selected)
+        m_collected = usable || area.width < 0 || area.height <= 0 ? Area() : area;
+    return usable ? std::optional(area) : std::nullopt;
+}
