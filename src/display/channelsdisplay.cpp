@@ -4,6 +4,7 @@
 #include "display/channelrow.h"
 #include "display/frequencyscale.h"
 #include "display/overviewbar.h"
+#include "display/powerscale.h"
 #include "display/properties.h"
 #include "display/qsplitterext.h"
 #include "display/scalegrip.h"
@@ -120,6 +121,8 @@ ChannelRow* ChannelsDisplay::addRow(const SamplingFormat& format, int channel, Q
     row->setMinimumHeight(minRowHeight);
     row->spectral()->setTransform(m_transform);
     row->splitter()->setRatio(m_splitterRatio);
+    row->spectral()->setRulers(m_timeLine, row->frequencyScale());
+    row->waveform()->setRulers(m_timeLine, row->powerScale());
     row->spectral()->installEventFilter(this);
     row->waveform()->installEventFilter(this);
     connect(row->splitter(), &QSplitter::splitterMoved, this, &ChannelsDisplay::moveSplitter);

@@ -1,6 +1,7 @@
 #include "display/channelview.h"
 
 #include "display/properties.h"
+#include "display/ruler.h"
 #include "display/scales/colormaps.h"
 #include "display/viewgeometry.h"
 #include "model/layerroot.h"
@@ -14,22 +15,24 @@ constexpr std::size_t greyRamp = 9;      // id of the colour map that layers wit
 constexpr double gridDistance = 60;      // logical pixels between upright lines, at the least
 constexpr double regionStrength = 0.125; // opacity of the tint of a region
 
-template<class Enum>
-Enum boundedEnum(int32_t value, Enum last)
-{
-    return value >= 0 && value <= int32_t(last) ? Enum(value) : Enum(0);
-}
-
 QColor colorOf(const char* key, const char* fallback)
 {
     return propertyOr(key, fallback).value<QColor>();
+}
+
+QVector<double> marksOf(const Ruler& ruler)
+{
+    QVector<double> values;
+    for (const RulerTick& tick : ruler.ticks())
+        values << tick.value;
+    return values;
 }
 
 } // namespace
 
 ChannelView::ChannelView(const QString& listener, int channel, QWidget* parent)
     : QOpenGLChannel(parent),
-      IEvent(listener),
+      ViewState(listener),
       m_channel(channel)
 {
     setMouseTracking(true);
@@ -47,47 +50,18 @@ ChannelView::~ChannelView() = default;
 
 // --- events -----------------------------------------------------------------------------------------
 
-void ChannelView::samplingFormatEvent(EventId, const SamplingFormat& format)
-{
-    m_convert.format = format;
-    update();
-}
-
 void ChannelView::channelsModeEvent(EventId, const ChannelsMode& mode)
 {
     m_channelsMode = mode;
     update();
 }
 
-void ChannelView::timeBaseEvent(EventId id, const TimeBase& base)
-{
-    if (id == EventId::FrameRateChange) {
-        m_convert.fps = base.frameRate;
-    } else {
-        m_convert.bpm = base.bpm;
-        m_convert.beatsPerBar = base.beatsPerBar;
-        m_convert.beatUnit = base.beatUnit;
-    }
-    update();
-}
-
-void ChannelView::timeUnitEvent(EventId, const int32_t& unit)
-{
-    m_convert.timeUnit = boundedEnum(unit, TimeUnit::Pixels);
-    update();
-}
-
-void ChannelView::filteringEvent(EventId, const int32_t& filtering)
-{
-    m_convert.filtering = boundedEnum(filtering, Filtering::Cubic);
-    update();
-}
-
 void ChannelView::layerRootEvent(EventId, const LayerRoot& root)
 {
-    m_root = std::make_unique<LayerRoot>(root);
+    // Also the empty tree of a closed project, which no layer is seen in any more.
     m_convert.format = root.format();
-    update();
+    m_root = std::make_unique<LayerRoot>(root);
+    viewStateChanged();
 }
 
 void ChannelView::markersEvent(EventId, const MarkerList& markers)
@@ -111,13 +85,8 @@ void ChannelView::displayEnableEvent(EventId id, const bool& enabled)
     case EventId::DisplayTargetActiveEnable:
         m_targetActive = enabled;
         break;
-    case EventId::DisplayLockBottomTo0Enable:
-        m_lockBottomTo0 = enabled;
-        break;
-    case EventId::DisplayLockCenterTo0Enable:
-        m_lockCenterTo0 = enabled;
-        break;
     default:
+        ViewState::displayEnableEvent(id, enabled);
         return;
     }
     update();
@@ -134,12 +103,6 @@ void ChannelView::displayValueEvent(EventId id, const float& value)
 void ChannelView::colormapEvent(EventId, const int32_t& colormap)
 {
     m_colormap = std::clamp(colormap, 0, colormapCount() - 1);
-    update();
-}
-
-void ChannelView::areaEvent(EventId, const Area& area)
-{
-    m_viewArea = area;
     update();
 }
 
@@ -172,7 +135,7 @@ bool ChannelView::hasValidFormat() const
 
 int ChannelView::linePixels() const
 {
-    return std::max(1, qRound(devicePixelRatioF()));
+    return std::max(1, int(devicePixelRatioF()));
 }
 
 double ChannelView::timeToFrame(double samples) const
@@ -225,10 +188,26 @@ void ChannelView::setSelectionBlending()
     glBlendFunc(GL_SRC_ALPHA, additive ? GL_ONE : GL_ONE_MINUS_SRC_ALPHA);
 }
 
+void ChannelView::setRulers(const Ruler* time, const Ruler* level)
+{
+    m_timeRuler = time;
+    m_levelRuler = level;
+}
+
+QVector<double> ChannelView::gridTimes() const
+{
+    return m_timeRuler ? marksOf(*m_timeRuler) : m_convert.timeMarks(m_viewArea, width(), gridDistance);
+}
+
+QVector<double> ChannelView::gridLevels(const std::function<QVector<double>()>& own) const
+{
+    return m_levelRuler ? marksOf(*m_levelRuler) : own();
+}
+
 void ChannelView::timeGridPass()
 {
     QVector<QRectF> lines;
-    for (const double tick : m_convert.timeMarks(m_viewArea, width(), gridDistance))
+    for (const double tick : gridTimes())
         lines << uprightLine(tick);
     drawRects(lines, colorOf("colorgrid", "#303030"));
 }

@@ -3,17 +3,18 @@
 #pragma once
 
 #include "display/qopenglchannel.h"
-#include "display/scales/convert.h"
-#include "model/events.h"
+#include "display/viewstate.h"
 #include "model/selection.h"
 #include "model/toolstate.h"
 
-#include <memory>
+#include <functional>
+
+class Ruler;
 
 // Copies what the events tell and repaints. GUI thread.
 //
 // Metrics are told in device pixels, so that lines are sharp at any scale of the screen.
-class ChannelView : public QOpenGLChannel, public IEvent
+class ChannelView : public QOpenGLChannel, public ViewState
 {
     Q_OBJECT
 
@@ -24,32 +25,28 @@ public:
     [[nodiscard]] int channel() const { return m_channel; }
     // Ignores pointer and wheel while the project is busy.
     virtual void setBlocked(bool blocked) { m_blocked = blocked; }
-    // Time and frequency; a view that shows no frequencies keeps them for the others.
-    [[nodiscard]] const Area& viewArea() const { return m_viewArea; }
-    [[nodiscard]] const Convert& convert() const { return m_convert; }
+    // The rulers beside the view, at whose marks its grid stands; they live as long as the view paints. A
+    // view without rulers chooses marks by itself.
+    void setRulers(const Ruler* time, const Ruler* level);
     // Whether a picture is still being made, or waits for a repaint.
     [[nodiscard]] virtual bool isOutstanding() const = 0;
 
-    void samplingFormatEvent(EventId id, const SamplingFormat& format) override;
     void channelsModeEvent(EventId id, const ChannelsMode& mode) override;
-    void timeBaseEvent(EventId id, const TimeBase& base) override;
-    void timeUnitEvent(EventId id, const int32_t& unit) override;
-    void filteringEvent(EventId id, const int32_t& filtering) override;
     void layerRootEvent(EventId id, const LayerRoot& root) override;
     void markersEvent(EventId id, const MarkerList& markers) override;
     void displayEnableEvent(EventId id, const bool& enabled) override;
     void displayValueEvent(EventId id, const float& value) override;
     void colormapEvent(EventId id, const int32_t& colormap) override;
-    void areaEvent(EventId id, const Area& area) override;
     void controlsEvent(EventId id, const QList<ControlPoint>& controls) override;
     void selectionEvent(EventId id, const Selection& selection) override;
     void transportPositionEvent(EventId id, const int64_t& position) override;
 
 protected:
+    void viewStateChanged() override { update(); }
     [[nodiscard]] bool hasValidFormat() const;
     // Size of the frame buffer.
     [[nodiscard]] QSize frameSize() const { return devicePixels(size(), devicePixelRatioF()); }
-    // The thickness of a fine line, whole device pixels.
+    // The thickness of a fine line, whole device pixels; that of the rulers' marks.
     [[nodiscard]] int linePixels() const;
     // Device pixel of a position on the timeline, not rounded.
     [[nodiscard]] double timeToFrame(double samples) const;
@@ -65,28 +62,30 @@ protected:
     // By the property selectionblendingmode.
     void setSelectionBlending();
     void setNormalBlending();
-    // Upright lines at the ticks of the time ruler.
+    // Times of the upright lines of the grid, samples.
+    [[nodiscard]] QVector<double> gridTimes() const;
+    // Values of its level lines; `own`: those of a view without rulers.
+    [[nodiscard]] QVector<double> gridLevels(const std::function<QVector<double>()>& own) const;
     void timeGridPass();
     // Lines at markers, tinted stretches between the ends of regions.
     void markersPass();
     void transportPass();
 
     const int m_channel;
-    Convert m_convert;
-    Area m_viewArea;
     int m_colormap = 0;
     bool m_composite = false;    // colour map mode, rather than the colours of the layers
     bool m_targetActive = false; // other layers are dimmed
-    bool m_lockBottomTo0 = false;
-    bool m_lockCenterTo0 = false;
     bool m_gridShown = false;
     bool m_markersShown = true;
     float m_selectionOpacity = 0.3f;
     bool m_blocked = false;
-    std::unique_ptr<LayerRoot> m_root; // shares its nodes with the project's
     ChannelsMode m_channelsMode;
     MarkerList m_markers;
     Selection m_selection;
     QList<ControlPoint> m_controls;
     int64_t m_position = 0; // of the transport
+
+private:
+    const Ruler* m_timeRuler = nullptr;
+    const Ruler* m_levelRuler = nullptr;
 };

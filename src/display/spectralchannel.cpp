@@ -8,12 +8,6 @@ namespace {
 
 constexpr int antsInterval = 80; // ms: twelve steps a second look like motion
 
-template<class Enum>
-Enum boundedEnum(int32_t value, Enum last)
-{
-    return value >= 0 && value <= int32_t(last) ? Enum(value) : Enum(0);
-}
-
 } // namespace
 
 SpectralChannel::SpectralChannel(int channel, QWidget* parent)
@@ -74,12 +68,6 @@ float SpectralChannel::magnitudeAt(const PointD& position) const
 }
 
 // --- events -----------------------------------------------------------------------------------------
-
-void SpectralChannel::freqScaleEvent(EventId, const int32_t& scale)
-{
-    m_convert.freqScale = boundedEnum(scale, FreqScale::MidiLogarithmic);
-    update();
-}
 
 void SpectralChannel::layerEvent(EventId id, const ILayerPtr& layer)
 {

@@ -41,8 +41,9 @@ public:
     // Whether the transport runs, which the cursor of the playback tool tells.
     void setPlaying(bool playing);
 
-    void freqScaleEvent(EventId id, const int32_t& scale) override;
-    void freqUnitEvent(EventId id, const int32_t& unit) override;
+    // Of the waveform alone; nothing to repaint here.
+    void powerUnitEvent(EventId, const int32_t&) override {}
+    void powerRangeEvent(EventId, const PowerRange&) override {}
     void spectralMarkersEvent(EventId id, const SpectralMarkerList& markers) override;
     void displayEnableEvent(EventId id, const bool& enabled) override;
     void drawingEvent(EventId id, const DrawingState& drawing) override;
@@ -90,6 +91,7 @@ private:
     [[nodiscard]] QPointF toFrame(const PointD& position) const;
     // Whether the active tool works on this channel.
     [[nodiscard]] bool isAddressed() const;
+    [[nodiscard]] QVector<double> gridFrequencies() const;
     void gridPass();
     void selectionPass();
     void spectralMarkersPass();
@@ -112,9 +114,7 @@ private:
     void endPlaying();
     void setPosition(double time);
     void hoverControls(const QPointF& pixel);
-    void navigate(const Area& area);
     void displace(const Displacement& value);
-    [[nodiscard]] Area limits() const;
     void wheelZoom(double dx, double dy, const QPointF& pixel);
 
     std::shared_ptr<const Transform> m_transform;

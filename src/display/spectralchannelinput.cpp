@@ -3,7 +3,6 @@
 #include "display/spectralchannel.h"
 #include "display/viewgeometry.h"
 #include "display/wheelnavigation.h"
-#include "model/layerroot.h"
 
 #include <QMouseEvent>
 #include <QPixmap>
@@ -30,19 +29,6 @@ float longestDisplacement()
 }
 
 } // namespace
-
-Area SpectralChannel::limits() const
-{
-    return m_root ? m_root->project()->area() : Area();
-}
-
-void SpectralChannel::navigate(const Area& area)
-{
-    const Area inside = viewgeometry::limited(m_convert, area, limits());
-    m_viewArea = viewgeometry::locked(inside, m_convert.format.isComplex(), m_lockBottomTo0, m_lockCenterTo0);
-    update();
-    postEvent(this, EventId::DisplayAreaChange, m_viewArea, this);
-}
 
 void SpectralChannel::displace(const Displacement& value)
 {
@@ -126,7 +112,7 @@ void SpectralChannel::mouseMoveEvent(QMouseEvent* event)
     m_lastPixel = pixel;
     if (m_drag == Drag::Pan && hasValidFormat()) {
         // What is under the pointer stays there.
-        navigate(viewgeometry::panned(m_convert, m_viewArea, -moved.x() / width(), moved.y() / height()));
+        showArea(viewgeometry::panned(m_convert, m_viewArea, -moved.x() / width(), moved.y() / height()));
     } else if (m_drag == Drag::Displace) {
         m_dragDisplacement.x += float(moved.x());
         m_dragDisplacement.y -= float(moved.y());
@@ -215,7 +201,7 @@ void SpectralChannel::wheelEvent(QWheelEvent* event)
     auto [dx, dy] = wheelnavigation::axes(*event);
     switch (wheelnavigation::action(modifiers)) {
     case wheelnavigation::Action::Pan:
-        navigate(viewgeometry::panned(m_convert, m_viewArea, dx / 1440, dy / 1440));
+        showArea(viewgeometry::panned(m_convert, m_viewArea, dx / 1440, dy / 1440));
         break;
     case wheelnavigation::Action::Zoom:
         if (modifiers & Qt::ControlModifier && modifiers & Qt::AltModifier)
@@ -235,5 +221,5 @@ void SpectralChannel::wheelEvent(QWheelEvent* event)
 void SpectralChannel::wheelZoom(double dx, double dy, const QPointF& pixel)
 {
     const PointD fixed{pixel.x() / width(), 1 - pixel.y() / height()};
-    navigate(viewgeometry::zoomed(m_convert, m_viewArea, std::exp2(dx / -480), std::exp2(dy / -480), fixed));
+    showArea(viewgeometry::zoomed(m_convert, m_viewArea, std::exp2(dx / -480), std::exp2(dy / -480), fixed));
 }

@@ -45,13 +45,6 @@ QRectF onWholePixels(const QRectF& rect)
 
 // --- events -----------------------------------------------------------------------------------------
 
-void SpectralChannel::freqUnitEvent(EventId, const int32_t& unit)
-{
-    const bool known = unit >= 0 && unit <= int32_t(FreqUnit::Normalized);
-    m_convert.freqUnit = known ? FreqUnit(unit) : FreqUnit::Hertz;
-    update();
-}
-
 void SpectralChannel::spectralMarkersEvent(EventId, const SpectralMarkerList& markers)
 {
     m_spectralMarkers = markers;
@@ -99,12 +92,17 @@ bool SpectralChannel::isAddressed() const
 
 // --- passes -----------------------------------------------------------------------------------------
 
+QVector<double> SpectralChannel::gridFrequencies() const
+{
+    return gridLevels([this] { return m_convert.freqMarks(m_viewArea, height(), gridDistance); });
+}
+
 void SpectralChannel::gridPass()
 {
     timeGridPass();
     QVector<QRectF> lines;
     const int pixels = linePixels();
-    for (const double tick : m_convert.freqMarks(m_viewArea, height(), gridDistance))
+    for (const double tick : gridFrequencies())
         lines << QRectF(0, std::floor(toFrame({m_viewArea.x, tick}).y() - (pixels - 1) / 2.0),
                         frameSize().width(), pixels);
     drawRects(lines, colorOf("colorgrid", "#303030"));

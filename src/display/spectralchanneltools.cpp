@@ -18,7 +18,6 @@ constexpr double leastDrag = 2;         // a smaller drag is a click
 constexpr double leastScrub = 10;       // a smaller move does not scrub
 constexpr double pixelsPerOctave = 100; // of dragging
 constexpr double clickOctaves = 0.25;
-constexpr double snapTickDistance = 40; // logical pixels from tick to tick
 
 // The nearest of `values` within `reach` of `value`; itself when there is none.
 template<class Values>
@@ -66,13 +65,13 @@ PointD SpectralChannel::snapped(const PointD& position) const
 {
     if (!m_snap)
         return position;
-    QVector<double> times = m_convert.timeMarks(m_viewArea, width(), snapTickDistance);
+    QVector<double> times = gridTimes();
     for (const Marker& marker : m_markers)
         times << double(marker.position) << double(marker.position) + double(marker.length);
     const double samplesPerPixel = m_viewArea.width / std::max(1, width());
     // Frequencies are near each other where they are on the screen.
     QVector<double> rows;
-    for (const double mark : m_convert.freqMarks(m_viewArea, height(), snapTickDistance))
+    for (const double mark : gridFrequencies())
         rows << m_convert.toScale(mark);
     const Area view = m_convert.areaToScale(m_viewArea);
     const double perRow = view.height / std::max(1, height());
@@ -125,7 +124,7 @@ void SpectralChannel::dragZoom(const QPointF& pixel, Qt::KeyboardModifiers modif
     if (modifiers & Qt::ShiftModifier)
         (std::abs(moved.x()) < std::abs(moved.y()) ? moved.rx() : moved.ry()) = 0;
     const PointD fixed{m_pressPixel.x() / width(), 1 - m_pressPixel.y() / height()};
-    navigate(viewgeometry::zoomed(m_convert, m_pressArea, std::exp2(-moved.x() / pixelsPerOctave),
+    showArea(viewgeometry::zoomed(m_convert, m_pressArea, std::exp2(-moved.x() / pixelsPerOctave),
                                   std::exp2(moved.y() / pixelsPerOctave), fixed));
 }
 
@@ -138,7 +137,7 @@ void SpectralChannel::endZoom(const QPointF& pixel, Qt::KeyboardModifiers modifi
     const QPointF moved(std::abs(pixel.x() - m_pressPixel.x()), std::abs(pixel.y() - m_pressPixel.y()));
     if (m_zoomMode == 0 && moved.x() > leastBand && moved.y() > leastBand) {
         const PointD a = snapped(documentPosition(m_pressPixel)), b = snapped(documentPosition(pixel));
-        return navigate({std::min(a.x, b.x), std::min(a.y, b.y), std::abs(b.x - a.x), std::abs(b.y - a.y)});
+        return showArea({std::min(a.x, b.x), std::min(a.y, b.y), std::abs(b.x - a.x), std::abs(b.y - a.y)});
     }
     if (m_zoomMode >= 2 && (moved.x() >= leastDrag || moved.y() >= leastDrag))
         return;
@@ -151,7 +150,7 @@ void SpectralChannel::endZoom(const QPointF& pixel, Qt::KeyboardModifiers modifi
 void SpectralChannel::zoomBy(double horizontal, double vertical, const QPointF& pixel)
 {
     const PointD fixed{pixel.x() / width(), 1 - pixel.y() / height()};
-    navigate(viewgeometry::zoomed(m_convert, m_viewArea, horizontal, vertical, fixed));
+    showArea(viewgeometry::zoomed(m_convert, m_viewArea, horizontal, vertical, fixed));
 }
 
 // --- playback ---------------------------------------------------------------------------------------

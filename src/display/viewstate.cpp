@@ -92,7 +92,10 @@ void ViewState::showPowerRange(const PowerRange& range)
 {
     if (!hasProject() || !powerrange::isUsable(range))
         return;
-    m_powerRange = m_lockCenterTo0 ? powerrange::centred(range) : range;
+    const PowerRange wanted = m_lockCenterTo0 ? powerrange::centred(range) : range;
+    if (wanted.low == m_powerRange.low && wanted.high == m_powerRange.high)
+        return;
+    m_powerRange = wanted;
     postEvent(this, EventId::DisplayPowerChange, m_powerRange, this);
     viewStateChanged();
 }

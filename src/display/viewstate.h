@@ -40,7 +40,7 @@ public:
     // By a factor each, about a point that keeps its place: a share of the view, from left and bottom.
     void zoomArea(double horizontal, double vertical, const PointD& fixed);
     // Low and high edge of the waveforms; symmetric about 0 under the lock. Nothing happens for a range that
-    // cannot be shown.
+    // cannot be shown, or is shown already.
     void showPowerRange(const PowerRange& range);
     // DisplayLockBottomTo0Enable or DisplayLockCenterTo0Enable; the view follows at once.
     void setLock(EventId lock, bool on);
@@ -64,10 +64,10 @@ protected:
     // After each change of anything above.
     virtual void viewStateChanged() {}
 
-private:
+    // For those who draw with it; changed by the functions above.
     Convert m_convert;
     Area m_viewArea;
-    PowerRange m_powerRange;
+    PowerRange m_powerRange; // of the waveforms
     bool m_lockBottomTo0 = false;
     bool m_lockCenterTo0 = false;
     std::unique_ptr<LayerRoot> m_root; // shares its nodes with the project's

@@ -32,13 +32,13 @@ double WaveformChannel::timeAt(double x) const
 
 double WaveformChannel::amplitudeAt(double y) const
 {
-    return m_power.high - y / height() * (m_power.high - m_power.low);
+    return m_powerRange.high - y / height() * (m_powerRange.high - m_powerRange.low);
 }
 
 QPointF WaveformChannel::pixelOf(double samples, double amplitude) const
 {
     return {(samples - m_viewArea.x) / m_viewArea.width * width(),
-            (m_power.high - amplitude) / (m_power.high - m_power.low) * height()};
+            (m_powerRange.high - amplitude) / (m_powerRange.high - m_powerRange.low) * height()};
 }
 
 bool WaveformChannel::showsSamples() const
@@ -90,20 +90,12 @@ void WaveformChannel::displayEnableEvent(EventId id, const bool& enabled)
     ChannelView::displayEnableEvent(id, enabled);
     // Each view and ruler does the same, so nothing needs to be told.
     if (id == EventId::DisplayLockCenterTo0Enable && enabled)
-        m_power = powerrange::centred(m_power);
+        m_powerRange = powerrange::centred(m_powerRange);
 }
 
-void WaveformChannel::powerUnitEvent(EventId, const int32_t& unit)
-{
-    m_convert.powerUnit =
-        unit >= 0 && unit <= int32_t(PowerUnit::Normalized) ? PowerUnit(unit) : PowerUnit::Normalized;
-    update();
-}
-
-void WaveformChannel::powerRangeEvent(EventId, const PowerRange& range)
+void WaveformChannel::powerRangeEvent(EventId id, const PowerRange& range)
 {
     if (!powerrange::isUsable(range))
         return;
-    m_power = m_lockCenterTo0 ? powerrange::centred(range) : range;
-    update();
+    ViewState::powerRangeEvent(id, m_lockCenterTo0 ? powerrange::centred(range) : range);
 }

@@ -32,7 +32,6 @@ public:
     ~WaveformChannel() override;
 
     void setBlocked(bool blocked) override;
-    [[nodiscard]] const PowerRange& powerRange() const { return m_power; }
     [[nodiscard]] bool isOutstanding() const override { return m_textures.isOutstanding(); }
     // Whether the zoom is high enough for dots.
     [[nodiscard]] bool showsSamples() const;
@@ -48,7 +47,9 @@ public:
     void layerEvent(EventId id, const ILayerPtr& layer) override;
     void layerRootEvent(EventId id, const LayerRoot& root) override;
     void displayEnableEvent(EventId id, const bool& enabled) override;
-    void powerUnitEvent(EventId id, const int32_t& unit) override;
+    // Of the spectrogram alone; nothing to repaint here.
+    void freqScaleEvent(EventId, const int32_t&) override {}
+    void freqUnitEvent(EventId, const int32_t&) override {}
     void powerRangeEvent(EventId id, const PowerRange& range) override;
 
 protected:
@@ -99,9 +100,7 @@ private:
     void controlsPass();
     void modePass();
 
-    [[nodiscard]] Area limits() const;
     void showTime(double start, double length);
-    void showPower(const PowerRange& range);
     void pan(const QPointF& pixels);
 
     // The number of the active layer that is nearest to a place of the view, if that layer is seen and
@@ -118,7 +117,6 @@ private:
     void updateCursor(const QPointF& at);
     void setChannelMode(QBitArray ChannelsMode::*bits, bool on);
 
-    PowerRange m_power;
     Textures m_textures;
     Drag m_drag = Drag::None;
     QPointF m_lastPixel;

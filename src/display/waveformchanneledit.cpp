@@ -148,7 +148,7 @@ void WaveformChannel::beginSampleDrag(const QPointF& at)
 
 void WaveformChannel::dragSample(const QPointF& at)
 {
-    const double shown = std::clamp(amplitudeAt(at.y()), m_power.low, m_power.high);
+    const double shown = std::clamp(amplitudeAt(at.y()), m_powerRange.low, m_powerRange.high);
     const auto value = float(shown / double(m_sample->place.gain));
     if (!std::isfinite(value) || value == m_sample->place.value(m_channel))
         return;

@@ -3,7 +3,6 @@
 #include "display/viewgeometry.h"
 #include "display/waveformchannel.h"
 #include "display/wheelnavigation.h"
-#include "model/layerroot.h"
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
@@ -13,11 +12,6 @@
 
 #include <cmath>
 #include <memory>
-
-Area WaveformChannel::limits() const
-{
-    return m_root ? m_root->project()->area() : Area();
-}
 
 // The frequencies of the area stay as they are: they are the spectrogram's.
 void WaveformChannel::showTime(double start, double length)
@@ -35,22 +29,12 @@ void WaveformChannel::showTime(double start, double length)
     postEvent(this, EventId::DisplayAreaChange, m_viewArea, this);
 }
 
-void WaveformChannel::showPower(const PowerRange& range)
-{
-    const PowerRange wanted = m_lockCenterTo0 ? powerrange::centred(range) : range;
-    if (!powerrange::isUsable(wanted) || (wanted.low == m_power.low && wanted.high == m_power.high))
-        return;
-    m_power = wanted;
-    update();
-    postEvent(this, EventId::DisplayPowerChange, m_power, this);
-}
-
 // Moves the picture with the pointer.
 void WaveformChannel::pan(const QPointF& pixels)
 {
     showTime(m_viewArea.x - pixels.x() / width() * m_viewArea.width, m_viewArea.width);
     if (!m_lockCenterTo0)
-        showPower(powerrange::panned(m_power, pixels.y() / height()));
+        showPowerRange(powerrange::panned(m_powerRange, pixels.y() / height()));
 }
 
 // --- mouse ------------------------------------------------------------------------------------------
@@ -128,7 +112,8 @@ void WaveformChannel::wheelEvent(QWheelEvent* event)
         const double x = event->position().x() / width();
         const double length = std::max(1.0, m_viewArea.width * std::exp2(dx / -480));
         showTime(m_viewArea.x + (m_viewArea.width - length) * x, length);
-        showPower(powerrange::zoomed(m_power, std::exp2(dy / -480), 1 - event->position().y() / height()));
+        showPowerRange(
+            powerrange::zoomed(m_powerRange, std::exp2(dy / -480), 1 - event->position().y() / height()));
         break;
     }
     case wheelnavigation::Action::Displace: // a curve has no relief
@@ -169,9 +154,9 @@ QMenu* WaveformChannel::makeMenu(const QPointF& at)
     check(tr("Always Center Waveform"), m_lockCenterTo0, [this](bool on) {
         postEvent(this, EventId::DisplayLockCenterTo0Enable, on, nullptr);
         if (on)
-            postEvent(this, EventId::DisplayPowerChange, m_power, this);
+            postEvent(this, EventId::DisplayPowerChange, m_powerRange, this);
     });
-    menu->addAction(tr("Zoom Out"), this, [this] { showPower(PowerRange()); });
+    menu->addAction(tr("Zoom Out"), this, [this] { showPowerRange(PowerRange()); });
     check(tr("Unit Grid"), m_gridShown,
           [this](bool on) { postEvent(this, EventId::DisplayGridEnable, on, nullptr); });
     return menu;

@@ -122,10 +122,10 @@ void WaveformChannel::drawLayer(const ILayer& layer, const Textures::Record& rec
     const double right = std::min<double>(frame.width(), (1 - offsetX) / scaleX);
     if (right <= left)
         return;
-    const double scaleY = (m_power.high - m_power.low) / frame.height();
+    const double scaleY = (m_powerRange.high - m_powerRange.low) / frame.height();
     program.setUniformValue("fragScale", QVector2D(float(scaleX), float(scaleY)));
     program.setUniformValue("fragTranslate",
-                            QVector2D(float(offsetX), float(m_power.low - scaleY * tieBreak)));
+                            QVector2D(float(offsetX), float(m_powerRange.low - scaleY * tieBreak)));
     const float luminosity = propertyOr("waveformluminosity", 0.5).toFloat();
     program.setUniformValue("luminosity", m_convert.format.isComplex()
                                               ? QVector2D(luminosity / 2, luminosity / 2)
@@ -183,9 +183,10 @@ void WaveformChannel::powerGridPass()
     QVector<QRectF> lines;
     const int pixels = linePixels();
     const QSize frame = frameSize();
-    const FRange range{m_power.low, m_power.high - m_power.low};
-    for (const double tick : m_convert.powerMarks(range, height(), gridDistance)) {
-        const double y = (m_power.high - tick) / range.length * frame.height();
+    const FRange range{m_powerRange.low, m_powerRange.high - m_powerRange.low};
+    const auto own = [&] { return m_convert.powerMarks(range, height(), gridDistance); };
+    for (const double tick : gridLevels(own)) {
+        const double y = (m_powerRange.high - tick) / range.length * frame.height();
         lines << QRectF(0, std::floor(y - (pixels - 1) / 2.0), frame.width(), pixels);
     }
     drawRects(lines, colorOf("colorgrid", "#303030"));

@@ -120,6 +120,31 @@ protected:
         }
         return best;
     }
+    // The middle of the line over a whole view that is nearest to a pixel; far away when there is none.
+    [[nodiscard]] static double nearestLine(const QImage& image, const QRect& view, bool horizontal,
+                                            double pixel)
+    {
+        double best = -1e6;
+        const int first = horizontal ? view.left() : view.top();
+        const int last = horizontal ? view.right() : view.bottom();
+        const auto isLine = [&](int at) {
+            int bright = 0;
+            const int from = horizontal ? view.top() : view.left();
+            const int to = horizontal ? view.bottom() : view.right();
+            for (int across = from; across <= to; ++across)
+                bright += qGray(horizontal ? image.pixel(at, across) : image.pixel(across, at)) > 0x20;
+            return bright > 0.9 * (to - from);
+        };
+        for (int i = first; i <= last; ++i) {
+            int end = i;
+            while (end <= last && isLine(end))
+                ++end;
+            if (end > i && std::abs((i + end) / 2.0 - pixel) < std::abs(best - pixel))
+                best = (i + end) / 2.0;
+            i = std::max(i, end - 1);
+        }
+        return best;
+    }
     // The tick with a text that is nearest to a share of the ruler.
     [[nodiscard]] static RulerTick tickAt(const Ruler& ruler, double share, double extent)
     {
@@ -187,6 +212,76 @@ TEST_F(Pointing, aTickOfTheFrequencyPointsAtAToneInEveryScale)
             }
         }
     }
+}
+
+// One picture of both: the impulse is bright over all rows of its column, the tone over all columns of its
+// row.
+TEST_F(Pointing, impulseAndToneStandAtTheirTicksInEveryScaleFilteringAndRefinement)
+{
+    const RulerTick time = tickAt(*display->timeLine(), 0.7, display->timeLine()->width());
+    const int64_t at = display->timeLine()->convert().stringToTime(time.text);
+    for (const FreqScale scale : allScales) {
+        post(EventId::FreqScaleChange, int32_t(scale));
+        const FrequencyScale& ruler = *row().frequencyScale();
+        const RulerTick tick = tickAt(ruler, 0.25, ruler.height());
+        const double hz = ruler.convert().stringToFreq(tick.text);
+        fill([at, hz](int64_t i) {
+            return float(0.01 * std::cos(2 * M_PI * hz * double(i) / rate)) + (i == at ? 1.0f : 0.0f);
+        });
+        for (const Filtering filtering : {Filtering::Raw, Filtering::Linear, Filtering::Cubic})
+            for (const float refinement : {0.0f, 1.0f}) {
+                post(EventId::FilteringChange, int32_t(filtering));
+                post(EventId::DisplayTimeSharpenChange, refinement);
+                post(EventId::DisplayFreqSharpenChange, refinement);
+                const QImage image = picture();
+                const std::string how = "scale " + std::to_string(int(scale)) + " filtering " +
+                                        std::to_string(int(filtering)) + " refinement " +
+                                        std::to_string(refinement);
+                const double column = brightestColumn(image, *row().spectral());
+                EXPECT_NEAR(nearestMark(image, *display->timeLine(), true, column), column, ratio()) << how;
+                const double y = brightestRow(image, *row().spectral());
+                EXPECT_NEAR(nearestMark(image, ruler, false, y), y, ratio()) << how;
+                EXPECT_NEAR(y, placeOf(ruler).top() + tick.position * ratio(), ratio()) << how;
+            }
+    }
+    post(EventId::DisplayTimeSharpenChange, 0.0f);
+    post(EventId::DisplayFreqSharpenChange, 0.0f);
+}
+
+TEST_F(Pointing, gridLinesStandAtTheTicksOfBothRulers)
+{
+    post(EventId::DisplaySplitterRatioChange, 0.5f);
+    post(EventId::DisplayGridEnable, true);
+    // The pixels of views and of rulers begin at whole numbers only where the factor is one.
+    const double tolerance = std::fmod(ratio(), 1) == 0 ? 0.25 : 1;
+    for (const FreqScale scale : {FreqScale::Linear, FreqScale::Mel}) {
+        post(EventId::FreqScaleChange, int32_t(scale));
+        const QImage image = picture(); // of silence
+        const QRect spectrum = placeOf(*row().spectral());
+        const QRect wave = placeOf(*row().waveform());
+        const auto expectLines = [&](const Ruler& ruler, const QRect& view, bool horizontal) {
+            int lines = 0;
+            const double origin = horizontal ? view.left() : view.top();
+            for (const RulerTick& tick : ruler.ticks()) {
+                const double pixel = origin + tick.position * ratio();
+                // Away from the edges, and across the other lines where there are none.
+                const double last = horizontal ? view.right() : view.bottom();
+                const bool onCurve = &ruler == row().powerScale() && tick.value == 0; // of the silence
+                if (pixel < origin + 3 || pixel > last - 3 || onCurve)
+                    continue;
+                ++lines;
+                const double mark = nearestMark(image, ruler, horizontal, pixel);
+                const double line = nearestLine(image, view, horizontal, pixel);
+                EXPECT_NEAR(mark, line, tolerance) << tick.text.toStdString() << " at " << pixel;
+            }
+            EXPECT_GE(lines, 2);
+        };
+        expectLines(*display->timeLine(), spectrum, true);
+        expectLines(*display->timeLine(), wave, true);
+        expectLines(*row().frequencyScale(), spectrum, false);
+        expectLines(*row().powerScale(), wave, false);
+    }
+    post(EventId::DisplayGridEnable, false);
 }
 
 TEST_F(Pointing, aTickOfThePowerPointsAtALevel)

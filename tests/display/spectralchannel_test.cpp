@@ -19,6 +19,7 @@
 #include <cmath>
 #include <complex>
 #include <limits>
+#include <random>
 
 namespace {
 
@@ -872,6 +873,10 @@ TEST_F(View, paintsOnlyWhenSomethingChanged)
         (void)testsupport::waitFor([&] { return channel->paints != paints; }, 300);
     }
     EXPECT_EQ(channel->paints, paints);
+    // What the waveform shows is not seen here.
+    post(EventId::DisplayPowerChange, PowerRange{-0.5, 0.5});
+    post(EventId::PowerUnitChange, int32_t(PowerUnit::Percents));
+    EXPECT_FALSE(testsupport::waitFor([&] { return channel->paints != paints; }, 100));
     post(EventId::DisplayGammaChange, 0.4f);
     EXPECT_TRUE(testsupport::waitFor([&] { return channel->paints > paints; }));
 }
@@ -975,6 +980,41 @@ TEST_F(Navigation, thePointUnderThePointerStays)
     const PointD after = channel->documentPosition(at);
     EXPECT_NEAR(before.x, after.x, 1e-6);
     EXPECT_NEAR(before.y, after.y, 1e-6);
+}
+
+TEST_F(Navigation, twoHundredRandomWheelStepsInAndBackEndAtTheSameViewInEveryScale)
+{
+    for (int scale = 0; scale <= int(FreqScale::MidiLogarithmic); ++scale) {
+        post(EventId::FreqScaleChange, int32_t(scale));
+        show(start);
+        std::mt19937 random(std::uint32_t(11 + scale));
+        std::uniform_real_distribution<double> share(0, 1);
+        struct Step
+        {
+            QPoint angle;
+            QPointF at;
+        };
+        std::vector<Step> steps;
+        for (int i = 0; i < 200; ++i) {
+            const int angle = 5 + int(50 * share(random));
+            // A turn to the right zooms time out, so in is to the left.
+            steps.push_back({i % 2 ? QPoint(0, angle) : QPoint(-angle, 0),
+                             QPointF(share(random) * width, share(random) * height)});
+            const PointD before = channel->documentPosition(steps.back().at);
+            wheel(steps.back().angle, Qt::NoModifier, steps.back().at);
+            const PointD after = channel->documentPosition(steps.back().at);
+            EXPECT_NEAR(before.x, after.x, 1e-6) << scale;
+            EXPECT_NEAR(before.y, after.y, 1e-6) << scale;
+        }
+        EXPECT_LT(channel->viewArea().width, start.width / 20);
+        EXPECT_LT(channel->viewArea().height, start.height / 20);
+        for (auto step = steps.rbegin(); step != steps.rend(); ++step)
+            wheel(-step->angle, Qt::NoModifier, step->at);
+        EXPECT_NEAR(channel->viewArea().x, start.x, 1e-6 * start.width) << scale;
+        EXPECT_NEAR(channel->viewArea().width, start.width, 1e-6 * start.width) << scale;
+        EXPECT_NEAR(channel->viewArea().y, start.y, 1e-6 * start.height) << scale;
+        EXPECT_NEAR(channel->viewArea().height, start.height, 1e-6 * start.height) << scale;
+    }
 }
 
 TEST_F(Navigation, theSidewaysWheelZoomsTimeTheOtherWayRound)
