@@ -126,10 +126,12 @@ ChannelRow* ChannelsDisplay::addRow(const SamplingFormat& format, int channel, Q
     row->spectral()->installEventFilter(this);
     row->waveform()->installEventFilter(this);
     connect(row->splitter(), &QSplitter::splitterMoved, this, &ChannelsDisplay::moveSplitter);
-    SpectralChannel* view = row->spectral();
-    connect(view, &SpectralChannel::playOrStopToggled, this, &ChannelsDisplay::playOrStopToggled);
-    connect(this, &ChannelsDisplay::started, view, [view] { view->setPlaying(true); });
-    connect(this, &ChannelsDisplay::stopped, view, [view] { view->setPlaying(false); });
+    for (ChannelView* view :
+         {static_cast<ChannelView*>(row->spectral()), static_cast<ChannelView*>(row->waveform())}) {
+        connect(view, &ChannelView::playOrStopToggled, this, &ChannelsDisplay::playOrStopToggled);
+        connect(this, &ChannelsDisplay::started, view, [view] { view->setPlaying(true); });
+        connect(this, &ChannelsDisplay::stopped, view, [view] { view->setPlaying(false); });
+    }
     connect(&row->name(), &ChannelName::muteToggled, this,
             [this, channel] { toggleMode(channel, &ChannelsMode::enabled); });
     connect(&row->name(), &ChannelName::soloToggled, this,

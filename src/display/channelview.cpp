@@ -6,6 +6,8 @@
 #include "display/viewgeometry.h"
 #include "model/layerroot.h"
 
+#include <QPixmap>
+
 #include <algorithm>
 #include <cmath>
 
@@ -14,6 +16,7 @@ namespace {
 constexpr std::size_t greyRamp = 9;      // id of the colour map that layers with a colour of their own take
 constexpr double gridDistance = 60;      // logical pixels between upright lines, at the least
 constexpr double regionStrength = 0.125; // opacity of the tint of a region
+constexpr double leastScrub = 10;        // logical pixels; a smaller move does not scrub
 
 QColor colorOf(const char* key, const char* fallback)
 {
@@ -29,6 +32,17 @@ QVector<double> marksOf(const Ruler& ruler)
 }
 
 } // namespace
+
+double nearestWithin(const QVector<double>& values, double value, double reach)
+{
+    double best = value;
+    for (const double candidate : values)
+        if (std::abs(candidate - value) < reach) {
+            reach = std::abs(candidate - value);
+            best = candidate;
+        }
+    return best;
+}
 
 ChannelView::ChannelView(const QString& listener, int channel, QWidget* parent)
     : QOpenGLChannel(parent),
@@ -78,6 +92,9 @@ void ChannelView::displayEnableEvent(EventId id, const bool& enabled)
         break;
     case EventId::DisplayMarkersEnable:
         m_markersShown = enabled;
+        break;
+    case EventId::DisplaySnapEnable:
+        m_snap = enabled;
         break;
     case EventId::DisplayCompositeEnable:
         m_composite = enabled;
@@ -162,6 +179,64 @@ QColor ChannelView::layerColor(const ILayer& layer) const
 std::size_t ChannelView::gradient() const
 {
     return m_composite ? std::size_t(m_colormap) : greyRamp;
+}
+
+// --- playback ---------------------------------------------------------------------------------------
+
+double ChannelView::snappedTime(double time) const
+{
+    if (!m_snap)
+        return time;
+    QVector<double> times = gridTimes();
+    for (const Marker& marker : m_markers)
+        times << double(marker.position) << double(marker.position) + double(marker.length);
+    return nearestWithin(times, time, snapReach * m_viewArea.width / std::max(1, width()));
+}
+
+void ChannelView::setPlaying(bool playing)
+{
+    m_playing = playing;
+    cursorChanged();
+}
+
+QCursor ChannelView::playCursor() const
+{
+    return QCursor(QPixmap(m_playing ? QStringLiteral(":/stylesheets/speakeroncursor.png")
+                                     : QStringLiteral(":/stylesheets/speakeroffcursor.png")));
+}
+
+void ChannelView::setPosition(double time)
+{
+    const Range range = projectRange();
+    m_position = int64_t(std::llround(std::clamp(time, double(range.start), double(range.end()))));
+    update();
+    postEvent(this, EventId::TransportPositionChange, m_position, this);
+}
+
+void ChannelView::beginPlaying(double x)
+{
+    if (!hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+        return;
+    m_playPress = x;
+    m_scrubbing = false;
+    m_playHeld = true;
+    setPosition(snappedTime(timeAt(x)));
+    Q_EMIT playOrStopToggled();
+}
+
+void ChannelView::scrub(double x)
+{
+    m_scrubbing = m_scrubbing || std::abs(x - m_playPress) > leastScrub;
+    if (m_playHeld && m_scrubbing && propertyOr("playbackscrubbing", true).toBool() && hasValidFormat() &&
+        viewgeometry::isVisible(m_viewArea))
+        setPosition(timeAt(x));
+}
+
+void ChannelView::endPlaying()
+{
+    if (m_playHeld && propertyOr("playbackhold", true).toBool())
+        Q_EMIT playOrStopToggled();
+    m_playHeld = false;
 }
 
 // --- passes -----------------------------------------------------------------------------------------

@@ -11,6 +11,10 @@
 
 class Ruler;
 
+constexpr double snapReach = 6; // logical pixels
+// The nearest of `values` within `reach` of `value`; itself when there is none.
+[[nodiscard]] double nearestWithin(const QVector<double>& values, double value, double reach);
+
 // Copies what the events tell and repaints. GUI thread.
 //
 // Metrics are told in device pixels, so that lines are sharp at any scale of the screen.
@@ -28,6 +32,8 @@ public:
     // The rulers beside the view, at whose marks its grid stands; they live as long as the view paints. A
     // view without rulers chooses marks by itself.
     void setRulers(const Ruler* time, const Ruler* level);
+    // Whether the transport runs, which the cursor of the playback tool tells.
+    void setPlaying(bool playing);
     // Whether a picture is still being made, or waits for a repaint.
     [[nodiscard]] virtual bool isOutstanding() const = 0;
 
@@ -41,6 +47,10 @@ public:
     void selectionEvent(EventId id, const Selection& selection) override;
     void transportPositionEvent(EventId id, const int64_t& position) override;
 
+Q_SIGNALS:
+    // The playback tool wants the transport to start or stop.
+    void playOrStopToggled();
+
 protected:
     void viewStateChanged() override { update(); }
     [[nodiscard]] bool hasValidFormat() const;
@@ -52,6 +62,15 @@ protected:
     [[nodiscard]] double timeToFrame(double samples) const;
     // An upright line over the height of the view, on whole device pixels.
     [[nodiscard]] QRectF uprightLine(double samples) const;
+    [[nodiscard]] double timeAt(double x) const { return m_viewArea.x + x / width() * m_viewArea.width; }
+    // The playback tool at a place, logical pixels from the left: pressed, moved while it is held, and let
+    // go. The position goes out as TransportPositionChange.
+    void beginPlaying(double x);
+    void scrub(double x);
+    void endPlaying();
+    [[nodiscard]] QCursor playCursor() const;
+    // What a press would do here has changed.
+    virtual void cursorChanged() = 0;
     // Colour of a layer's picture, apart from its gradient.
     [[nodiscard]] QColor layerColor(const ILayer& layer) const;
     // Id of the colour map that layers are drawn with.
@@ -64,6 +83,8 @@ protected:
     void setNormalBlending();
     // Times of the upright lines of the grid, samples.
     [[nodiscard]] QVector<double> gridTimes() const;
+    // The nearest line of the grid, or marker, within reach of a time, while snapping is on.
+    [[nodiscard]] double snappedTime(double time) const;
     // Values of its level lines; `own`: those of a view without rulers.
     [[nodiscard]] QVector<double> gridLevels(const std::function<QVector<double>()>& own) const;
     void timeGridPass();
@@ -77,6 +98,7 @@ protected:
     bool m_targetActive = false; // other layers are dimmed
     bool m_gridShown = false;
     bool m_markersShown = true;
+    bool m_snap = false;
     float m_selectionOpacity = 0.3f;
     bool m_blocked = false;
     ChannelsMode m_channelsMode;
@@ -86,6 +108,12 @@ protected:
     int64_t m_position = 0; // of the transport
 
 private:
+    void setPosition(double time);
+
+    bool m_playing = false;
+    bool m_playHeld = false; // the playback tool was pressed in the picture
+    bool m_scrubbing = false;
+    double m_playPress = 0; // where, logical pixels from the left
     const Ruler* m_timeRuler = nullptr;
     const Ruler* m_levelRuler = nullptr;
 };

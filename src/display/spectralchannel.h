@@ -38,8 +38,6 @@ public:
     // pictures, as they are now. 0 where there is none.
     [[nodiscard]] float magnitudeAt(const PointD& position) const;
     [[nodiscard]] bool isOutstanding() const override { return m_textures.isOutstanding(); }
-    // Whether the transport runs, which the cursor of the playback tool tells.
-    void setPlaying(bool playing);
 
     // Of the waveform alone; nothing to repaint here.
     void powerUnitEvent(EventId, const int32_t&) override {}
@@ -56,11 +54,8 @@ public:
     void toolPluginEvent(EventId id, const ToolActivation& tool) override;
     void cursorEvent(EventId id, const QCursor& cursor) override;
 
-Q_SIGNALS:
-    // The playback tool wants the transport to start or stop.
-    void playOrStopToggled();
-
 protected:
+    void cursorChanged() override { updateCursor(Qt::NoModifier); }
     void initializeGL() override;
     void paintGL() override;
     void contextAboutToBeDestroyed() override;
@@ -109,10 +104,6 @@ private:
     void dragZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
     void endZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
     void zoomBy(double horizontal, double vertical, const QPointF& pixel);
-    void beginPlaying(const QPointF& pixel);
-    void scrub(const QPointF& pixel);
-    void endPlaying();
-    void setPosition(double time);
     void hoverControls(const QPointF& pixel);
     void displace(const Displacement& value);
     void wheelZoom(double dx, double dy, const QPointF& pixel);
@@ -141,12 +132,8 @@ private:
     // Of the property `zoommode` when the tool was chosen: 0 a rubber band, a click zooms in; 1 a press
     // zooms out; 2 and 3 dragging stretches, a click zooms in (2) or out (3).
     int m_zoomMode = 0;
-    bool m_snap = false;
-    bool m_playing = false;
     QPointF m_pressPixel;
     Area m_pressArea;
-    bool m_playHeld = false; // the playback tool was pressed in the picture
-    bool m_scrubbing = false;
     // Runs while marching ants are on the screen.
     QTimer m_antsTimer;
 };

@@ -76,8 +76,7 @@ void SpectralChannel::updateCursor(Qt::KeyboardModifiers modifiers)
     case Drag::Zoom:
         return setCursor(QCursor(QPixmap(QStringLiteral(":/stylesheets/zoomcursor.png"))));
     case Drag::Play:
-        return setCursor(QCursor(QPixmap(m_playing ? QStringLiteral(":/stylesheets/speakeroncursor.png")
-                                                   : QStringLiteral(":/stylesheets/speakeroffcursor.png"))));
+        return setCursor(playCursor());
     default:
         return setCursor(m_tool == EventId::ToolPluginActivate ? m_toolCursor : QCursor());
     }
@@ -99,7 +98,7 @@ void SpectralChannel::mousePressEvent(QMouseEvent* event)
     else if (begins && m_drag == Drag::Zoom)
         beginZoom(pixel);
     else if (begins && m_drag == Drag::Play)
-        beginPlaying(pixel);
+        beginPlaying(pixel.x());
 }
 
 void SpectralChannel::mouseMoveEvent(QMouseEvent* event)
@@ -121,7 +120,7 @@ void SpectralChannel::mouseMoveEvent(QMouseEvent* event)
     } else if (m_drag == Drag::Zoom) {
         dragZoom(pixel, event->modifiers());
     } else if (m_drag == Drag::Play) {
-        scrub(pixel);
+        scrub(pixel.x());
     } else {
         movePointer(pixel, pressureOf(*event), event->modifiers());
     }

@@ -58,8 +58,6 @@ void SpectralChannel::displayEnableEvent(EventId id, const bool& enabled)
         update();
         return;
     }
-    if (id == EventId::DisplaySnapEnable)
-        m_snap = enabled;
     ChannelView::displayEnableEvent(id, enabled);
 }
 

@@ -1,8 +1,7 @@
-// The tools of SpectralChannel: zoom, playback, and what the pointer finds.
+// The tools of SpectralChannel: zoom, and what the pointer finds.
 #include "display/properties.h"
 #include "display/spectralchannel.h"
 #include "display/viewgeometry.h"
-#include "model/layerroot.h"
 
 #include <QPainterPath>
 
@@ -12,33 +11,12 @@
 namespace {
 
 constexpr double controlReach = 6;      // logical pixels
-constexpr double snapReach = 6;         // likewise
 constexpr double leastBand = 16;        // a smaller rubber band is a click
 constexpr double leastDrag = 2;         // a smaller drag is a click
-constexpr double leastScrub = 10;       // a smaller move does not scrub
 constexpr double pixelsPerOctave = 100; // of dragging
 constexpr double clickOctaves = 0.25;
 
-// The nearest of `values` within `reach` of `value`; itself when there is none.
-template<class Values>
-double nearest(const Values& values, double value, double reach)
-{
-    double best = value;
-    for (const double candidate : values)
-        if (std::abs(candidate - value) < reach) {
-            reach = std::abs(candidate - value);
-            best = candidate;
-        }
-    return best;
-}
-
 } // namespace
-
-void SpectralChannel::setPlaying(bool playing)
-{
-    m_playing = playing;
-    updateCursor(Qt::NoModifier);
-}
 
 void SpectralChannel::toolEvent(EventId id)
 {
@@ -65,18 +43,14 @@ PointD SpectralChannel::snapped(const PointD& position) const
 {
     if (!m_snap)
         return position;
-    QVector<double> times = gridTimes();
-    for (const Marker& marker : m_markers)
-        times << double(marker.position) << double(marker.position) + double(marker.length);
-    const double samplesPerPixel = m_viewArea.width / std::max(1, width());
     // Frequencies are near each other where they are on the screen.
     QVector<double> rows;
     for (const double mark : gridFrequencies())
         rows << m_convert.toScale(mark);
     const Area view = m_convert.areaToScale(m_viewArea);
     const double perRow = view.height / std::max(1, height());
-    return {nearest(times, position.x, snapReach * samplesPerPixel),
-            m_convert.fromScale(nearest(rows, m_convert.toScale(position.y), snapReach * perRow))};
+    return {snappedTime(position.x),
+            m_convert.fromScale(nearestWithin(rows, m_convert.toScale(position.y), snapReach * perRow))};
 }
 
 // The last one among equals.
@@ -151,40 +125,4 @@ void SpectralChannel::zoomBy(double horizontal, double vertical, const QPointF& 
 {
     const PointD fixed{pixel.x() / width(), 1 - pixel.y() / height()};
     showArea(viewgeometry::zoomed(m_convert, m_viewArea, horizontal, vertical, fixed));
-}
-
-// --- playback ---------------------------------------------------------------------------------------
-
-void SpectralChannel::setPosition(double time)
-{
-    const Range range = m_root ? m_root->project()->range() : Range();
-    m_position = int64_t(std::llround(std::clamp(time, double(range.start), double(range.end()))));
-    update();
-    postEvent(this, EventId::TransportPositionChange, m_position, this);
-}
-
-void SpectralChannel::beginPlaying(const QPointF& pixel)
-{
-    if (!hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
-        return;
-    m_pressPixel = pixel;
-    m_scrubbing = false;
-    m_playHeld = true;
-    setPosition(snapped(documentPosition(pixel)).x);
-    Q_EMIT playOrStopToggled();
-}
-
-void SpectralChannel::scrub(const QPointF& pixel)
-{
-    m_scrubbing = m_scrubbing || std::abs(pixel.x() - m_pressPixel.x()) > leastScrub;
-    if (m_playHeld && m_scrubbing && propertyOr("playbackscrubbing", true).toBool() && hasValidFormat() &&
-        viewgeometry::isVisible(m_viewArea))
-        setPosition(documentPosition(pixel).x);
-}
-
-void SpectralChannel::endPlaying()
-{
-    if (m_playHeld && propertyOr("playbackhold", true).toBool())
-        Q_EMIT playOrStopToggled();
-    m_playHeld = false;
 }

@@ -25,11 +25,6 @@ void WaveformChannel::setBlocked(bool blocked)
 
 // --- geometry ---------------------------------------------------------------------------------------
 
-double WaveformChannel::timeAt(double x) const
-{
-    return m_viewArea.x + x / width() * m_viewArea.width;
-}
-
 double WaveformChannel::amplitudeAt(double y) const
 {
     return m_powerRange.high - y / height() * (m_powerRange.high - m_powerRange.low);

@@ -52,7 +52,11 @@ public:
     void freqUnitEvent(EventId, const int32_t&) override {}
     void powerRangeEvent(EventId id, const PowerRange& range) override;
 
+    void toolEvent(EventId id) override;
+    void toolPluginEvent(EventId id, const ToolActivation& tool) override;
+
 protected:
+    void cursorChanged() override { updateCursor(m_lastPixel, Qt::NoModifier); }
     void initializeGL() override;
     void paintGL() override;
     void contextAboutToBeDestroyed() override;
@@ -83,11 +87,10 @@ private:
         float before = 0;
         bool changed = false;
     };
-    enum class Drag { None, Pan, Sample };
+    enum class Drag { None, Pan, Play, Sample };
 
     [[nodiscard]] FRange viewRange() const { return {m_viewArea.x, m_viewArea.width}; }
     [[nodiscard]] double amplitudeAt(double y) const;
-    [[nodiscard]] double timeAt(double x) const;
 
     void followTree();
     static void upload(Textures::Record& record);
@@ -114,10 +117,13 @@ private:
     void beginSampleDrag(const QPointF& at);
     void dragSample(const QPointF& at);
     void endSampleDrag(bool keep);
-    void updateCursor(const QPointF& at);
+    // What a press with the left button does; None where it may take hold of a sample.
+    [[nodiscard]] Drag leftDrag(Qt::KeyboardModifiers modifiers) const;
+    void updateCursor(const QPointF& at, Qt::KeyboardModifiers modifiers);
     void setChannelMode(QBitArray ChannelsMode::*bits, bool on);
 
     Textures m_textures;
+    EventId m_tool = EventId::ToolNoneActivate;
     Drag m_drag = Drag::None;
     QPointF m_lastPixel;
     std::optional<SampleDrag> m_sample; // while m_drag is Sample

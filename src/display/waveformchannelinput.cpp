@@ -39,12 +39,41 @@ void WaveformChannel::pan(const QPointF& pixels)
 
 // --- mouse ------------------------------------------------------------------------------------------
 
-void WaveformChannel::updateCursor(const QPointF& at)
+void WaveformChannel::toolEvent(EventId id)
 {
-    const auto place = m_drag == Drag::None && !m_composite ? nearestSample(at) : std::nullopt;
-    if (m_drag == Drag::Pan)
-        setCursor(Qt::ClosedHandCursor);
-    else if (m_drag == Drag::Sample || (place && isOnDot(*place, at)))
+    m_tool = id;
+    cursorChanged();
+}
+
+void WaveformChannel::toolPluginEvent(EventId id, const ToolActivation&)
+{
+    toolEvent(id);
+}
+
+WaveformChannel::Drag WaveformChannel::leftDrag(Qt::KeyboardModifiers modifiers) const
+{
+    if (wheelnavigation::leftButtonPans(modifiers))
+        return Drag::Pan;
+    if (wheelnavigation::leftButtonPlays(modifiers))
+        return Drag::Play;
+    if (modifiers != Qt::NoModifier)
+        return Drag::None;
+    return m_tool == EventId::ToolPanActivate        ? Drag::Pan
+           : m_tool == EventId::ToolPlaybackActivate ? Drag::Play
+                                                     : Drag::None;
+}
+
+// The cursor tells what a press with the left button does, or what the button held down does.
+void WaveformChannel::updateCursor(const QPointF& at, Qt::KeyboardModifiers modifiers)
+{
+    const bool held = m_drag != Drag::None;
+    const Drag drag = held ? m_drag : leftDrag(modifiers & wheelnavigation::relevantModifiers);
+    const auto place = drag == Drag::None && !m_composite ? nearestSample(at) : std::nullopt;
+    if (drag == Drag::Pan)
+        setCursor(held ? Qt::ClosedHandCursor : Qt::OpenHandCursor);
+    else if (drag == Drag::Play)
+        setCursor(playCursor());
+    else if (drag == Drag::Sample || (place && isOnDot(*place, at)))
         setCursor(Qt::SizeVerCursor);
     else
         unsetCursor();
@@ -56,12 +85,15 @@ void WaveformChannel::mousePressEvent(QMouseEvent* event)
         return;
     const Qt::KeyboardModifiers modifiers = event->modifiers() & wheelnavigation::relevantModifiers;
     m_lastPixel = event->localPos();
-    if (event->button() == Qt::MiddleButton ||
-        (event->button() == Qt::LeftButton && wheelnavigation::leftButtonPans(modifiers)))
+    if (event->button() == Qt::MiddleButton)
         m_drag = Drag::Pan;
-    else if (event->button() == Qt::LeftButton && modifiers == Qt::NoModifier)
+    else if (event->button() == Qt::LeftButton)
+        m_drag = leftDrag(modifiers);
+    if (m_drag == Drag::Play)
+        beginPlaying(event->localPos().x());
+    else if (m_drag == Drag::None && event->button() == Qt::LeftButton && modifiers == Qt::NoModifier)
         beginSampleDrag(event->localPos());
-    updateCursor(event->localPos());
+    updateCursor(event->localPos(), event->modifiers());
 }
 
 void WaveformChannel::mouseMoveEvent(QMouseEvent* event)
@@ -72,19 +104,25 @@ void WaveformChannel::mouseMoveEvent(QMouseEvent* event)
     m_lastPixel = event->localPos();
     if (m_drag == Drag::Pan)
         pan(moved);
+    else if (m_drag == Drag::Play)
+        scrub(event->localPos().x());
     else if (m_drag == Drag::Sample)
         dragSample(event->localPos());
-    updateCursor(event->localPos());
+    updateCursor(event->localPos(), event->modifiers());
 }
 
 void WaveformChannel::mouseReleaseEvent(QMouseEvent* event)
 {
     if (event->buttons() != Qt::NoButton)
         return;
-    if (m_drag == Drag::Sample)
+    const Drag ended = m_drag;
+    if (ended == Drag::Sample)
         endSampleDrag(true);
     m_drag = Drag::None;
-    updateCursor(event->localPos());
+    // What plays is stopped even where the view is blocked by now.
+    if (ended == Drag::Play)
+        endPlaying();
+    updateCursor(event->localPos(), event->modifiers());
 }
 
 void WaveformChannel::keyPressEvent(QKeyEvent* event)

@@ -702,6 +702,68 @@ TEST_F(WaveformNavigation, altPansByTheWheelAndNothingMovesWhileBlocked)
     EXPECT_TRUE(listener.areas.empty() && listener.ranges.empty());
 }
 
+TEST_F(WaveformNavigation, thePlaybackToolSetsThePositionScrubsAndHoldsOrToggles)
+{
+    int toggles = 0;
+    QObject::connect(view, &ChannelView::playOrStopToggled, [&toggles] { ++toggles; });
+    postEvent(nullptr, EventId::ToolPlaybackActivate, nullptr);
+    press({100, 20}); // 360 samples to a pixel
+    EXPECT_EQ(listener.positions.back(), 180'000);
+    EXPECT_EQ(toggles, 1);
+    move({110, 20});
+    EXPECT_EQ(listener.positions.back(), 180'000); // 10 pixels or less do not scrub
+    move({111, 180});
+    EXPECT_EQ(listener.positions.back(), 183'960);
+    view->setBlocked(true);
+    release({111, 180}); // what plays is stopped all the same
+    EXPECT_EQ(toggles, 2);
+    view->setBlocked(false);
+    qApp->setProperty("playbackhold", false);
+    press({50, 20});
+    release({50, 20});
+    EXPECT_EQ(toggles, 3);
+    qApp->setProperty("playbackhold", QVariant());
+    EXPECT_TRUE(listener.areas.empty() && listener.ranges.empty());
+    EXPECT_EQ(listener.contents, 0);
+}
+
+TEST_F(WaveformNavigation, theHandPansWithTheLeftButtonAndModifiersPanAndPlayByTheProperty)
+{
+    postEvent(nullptr, EventId::ToolPanActivate, nullptr);
+    press({200, 100});
+    move({150, 100});
+    release({150, 100});
+    EXPECT_NEAR(view->viewArea().x, start.x + start.width / 8, 1e-6);
+    postEvent(nullptr, EventId::ToolNoneActivate, nullptr);
+    const auto pressed = [this](Qt::KeyboardModifiers modifiers) {
+        listener.areas.clear();
+        listener.positions.clear();
+        mouse(QEvent::MouseButtonPress, {200, 100}, Qt::LeftButton, Qt::LeftButton, modifiers);
+        mouse(QEvent::MouseMove, {190, 100}, Qt::NoButton, Qt::LeftButton, modifiers);
+        mouse(QEvent::MouseButtonRelease, {190, 100}, Qt::LeftButton, Qt::NoButton, modifiers);
+        return std::make_pair(!listener.areas.empty(), !listener.positions.empty());
+    };
+    const Qt::KeyboardModifiers control = Qt::ControlModifier, both = control | Qt::AltModifier;
+    for (const int value : {0, 1}) {
+        qApp->setProperty("leftbuttonnavigation", value);
+        EXPECT_EQ(pressed(control), std::make_pair(value == 0, value == 1));
+        EXPECT_EQ(pressed(both), std::make_pair(value == 1, value == 0));
+        EXPECT_EQ(pressed(Qt::ShiftModifier), std::make_pair(false, false));
+    }
+}
+
+TEST_F(WaveformNavigation, playbackSnapsToTheMarkers)
+{
+    post(EventId::MarkerListChange, MarkerList{{1, 181'000, 0, ""}});
+    post(EventId::DisplaySnapEnable, true);
+    postEvent(nullptr, EventId::ToolPlaybackActivate, nullptr);
+    press({100, 20});
+    release({100, 20});
+    EXPECT_EQ(listener.positions.back(), 181'000);
+    post(EventId::DisplaySnapEnable, false);
+    post(EventId::MarkerListChange, MarkerList());
+}
+
 TEST_F(WaveformNavigation, theMenuOffersWhatTheViewCanDo)
 {
     const auto action = [](const QMenu& menu, const char* text) -> QAction* {

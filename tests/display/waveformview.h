@@ -44,11 +44,13 @@ public:
     void powerRangeEvent(EventId, const PowerRange& range) override { ranges.push_back(range); }
     void layerEvent(EventId id, const ILayerPtr&) override { contents += id == EventId::LayerContentUpdate; }
     void historyRecordEvent(EventId, const HistoryEntry& entry) override { records << entry.name; }
+    void transportPositionEvent(EventId, const int64_t& position) override { positions.push_back(position); }
     void channelsModeEvent(EventId, const ChannelsMode& mode) override { modes.push_back(mode); }
 
     std::vector<Area> areas;
     std::vector<PowerRange> ranges;
     std::vector<ChannelsMode> modes;
+    std::vector<int64_t> positions;
     int contents = 0;
     QStringList records;
 };
