@@ -6,6 +6,7 @@
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <QScrollArea>
+#include <QStyleOptionButton>
 #include <QToolButton>
 
 namespace {
@@ -15,6 +16,30 @@ bool isSetForAll(const QBitArray& bits, const QBitArray& which)
 {
     return which.count(true) > 0 && (bits & which) == which;
 }
+
+// Its text ends in dots where there is no room for it; it never asks for more than there is.
+class ElidedCheckBox : public QCheckBox
+{
+public:
+    ElidedCheckBox(const QString& name, QWidget* parent) : QCheckBox(name, parent), m_name(name)
+    {
+        setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+        setAccessibleName(name);
+    }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override
+    {
+        QCheckBox::resizeEvent(event);
+        QStyleOptionButton option;
+        initStyleOption(&option);
+        const int room = style()->subElementRect(QStyle::SE_CheckBoxContents, &option, this).width();
+        setText(fontMetrics().elidedText(m_name, Qt::ElideRight, room));
+    }
+
+private:
+    const QString m_name;
+};
 
 } // namespace
 
@@ -27,6 +52,7 @@ ChannelsPanel::ChannelsPanel(QWidget* parent) : QWidget(parent), IEvent(QStringL
     QToolButton* format = makeIconButton(this, "resample", tr("Reformat..."));
     auto* header = new QHBoxLayout;
     header->setContentsMargins(6, 4, 6, 4);
+    header->setSpacing(4);
     header->addWidget(m_mute);
     header->addWidget(m_solo);
     header->addStretch(1);
@@ -63,7 +89,7 @@ void ChannelsPanel::addRow(int channel, const QString& name)
 {
     Row row{};
     row.box = new QWidget(this);
-    row.selected = new QCheckBox(name, row.box);
+    row.selected = new ElidedCheckBox(name, row.box);
     row.selected->setObjectName(QStringLiteral("channelselected"));
     row.selected->setToolTip(tr("Edit %1").arg(name));
     row.mute = makeSwitch(row.box, "mute", tr("Mute"), tr("Mute %1").arg(name));

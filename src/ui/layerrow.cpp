@@ -18,6 +18,7 @@
 namespace {
 
 constexpr int indent = 14;         // pixels for each group around a layer
+constexpr int activeBar = 3;       // pixels that the sheet paints at the left edge of the active row
 constexpr int deepest = 8;         // groups that are told apart; names would have no room
 constexpr double silence = -120;   // dB; stands for a multiplier of 0
 constexpr double loudest = 24;     // dB
@@ -100,7 +101,7 @@ LayerRow::LayerRow(const ILayer& layer, int depth, bool compact, QWidget* parent
     mix->addWidget(m_volume);
     auto* column = new QVBoxLayout(this);
     const int margin = compact ? 2 : 4;
-    column->setContentsMargins(margin, margin, margin, margin);
+    column->setContentsMargins(margin + activeBar, margin, margin, margin);
     column->setSpacing(3);
     column->addLayout(head);
     column->addLayout(mix);
@@ -146,17 +147,13 @@ void LayerRow::showLayer(const ILayer& layer)
     tellNames(layer.name());
 }
 
-// As it is seen on the ground of the row: that of the active one is light.
 void LayerRow::showPicture()
 {
     if (!m_picture || !m_icon)
         return;
-    const QIcon icon = rowIcon(QIcon(QStringLiteral(":/icons/%1.png").arg(QLatin1String(m_icon))));
-    const bool active = objectName() == QLatin1String("activeitem");
-    QIcon shown;
-    const QPixmap pixmap = icon.pixmap(QSize(16, 16), active ? QIcon::Selected : QIcon::Normal);
-    shown.addPixmap(pixmap, QIcon::Normal);
-    shown.addPixmap(pixmap, QIcon::Disabled); // a layer's cannot be pressed
+    const QString path = QStringLiteral(":/icons/%1.png").arg(QLatin1String(m_icon));
+    QIcon shown(path);
+    shown.addFile(path, {}, QIcon::Disabled); // a layer's cannot be pressed, and is as bright
     m_picture->setIcon(shown);
 }
 
@@ -182,7 +179,6 @@ void LayerRow::setActive(bool active)
     if (objectName() == name)
         return;
     setObjectName(name);
-    showPicture();
     polishAnew(*this);
     for (QWidget* child : findChildren<QWidget*>())
         polishAnew(*child);

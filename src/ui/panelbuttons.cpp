@@ -1,12 +1,8 @@
 #include "ui/panelbuttons.h"
 
-#include <QColor>
-#include <QCoreApplication>
 #include <QIcon>
-#include <QPainter>
 #include <QPixmap>
 #include <QToolButton>
-#include <QVariant>
 
 namespace {
 
@@ -24,18 +20,10 @@ QToolButton* makeButton(QWidget* parent, const char* objectName, const QString& 
 
 QIcon rowIcon(const QIcon& icon)
 {
-    const QColor dark(QCoreApplication::instance()->property("coloractiveitemtext").toString());
     QIcon both = icon;
-    for (const QSize& size : {QSize(16, 16), QSize(32, 32)}) {
-        QPixmap pixmap = icon.pixmap(size);
-        if (pixmap.isNull() || !dark.isValid())
-            continue;
-        QPainter painter(&pixmap);
-        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        painter.fillRect(pixmap.rect(), dark);
-        painter.end();
-        both.addPixmap(pixmap, QIcon::Selected);
-    }
+    for (const QSize& size : {QSize(16, 16), QSize(32, 32)})
+        if (const QPixmap pixmap = icon.pixmap(size); !pixmap.isNull())
+            both.addPixmap(pixmap, QIcon::Selected);
     return both;
 }
 

@@ -1,4 +1,4 @@
-// The pictures and buttons that the dock panels share.
+// The buttons that the dock panels share.
 #pragma once
 
 #include <QString>
@@ -7,7 +7,7 @@ class QIcon;
 class QToolButton;
 class QWidget;
 
-// A picture that is also seen on the light ground of a selected row: dark there (QIcon::Selected).
+// A picture that looks the same in a selected row; the style would tint it there.
 [[nodiscard]] QIcon rowIcon(const QIcon& icon);
 // A small button with the picture ":/icons/<icon>.png", told by its tool tip.
 [[nodiscard]] QToolButton* makeIconButton(QWidget* parent, const char* icon, const QString& name);

@@ -6,6 +6,8 @@
 #include <QCheckBox>
 #include <QScrollArea>
 
+#include <algorithm>
+
 namespace {
 
 const auto* const environment = testing::AddGlobalTestEnvironment(new WindowEnvironment);
@@ -19,7 +21,7 @@ protected:
     {
         QStringList result;
         for (const QCheckBox* box : panel().findChildren<QCheckBox*>())
-            result << box->text();
+            result << box->accessibleName();
         return result;
     }
     QAbstractButton& control(const char* tip) { return button(panel(), tip); }
@@ -39,6 +41,28 @@ TEST_F(ChannelsPanelTest, EachChannelHasARowWithItsName)
     EXPECT_TRUE(panel().isEnabled());
     EXPECT_EQ(names(), (QStringList{"Left", "Right", "Center", "Low Frequency", "Left Side", "Right Side"}));
     EXPECT_EQ(dock("ChannelsPanel").windowTitle(), QStringLiteral("Channels"));
+}
+
+// The dock is as wide as it is: names give way, and the switches stay whole.
+TEST_F(ChannelsPanelTest, LongNamesEndInDotsAndNoSwitchIsCutOff)
+{
+    openTone("tone.wav", 1, 8);
+    dock("ChannelsPanel").setFixedWidth(210);
+    const auto edge = [this](const QWidget& widget) {
+        return widget.mapTo(&panel(), QPoint(widget.width(), 0)).x();
+    };
+    ASSERT_TRUE(testsupport::waitFor([this] { return panel().width() <= 210; }));
+    const auto boxes = panel().findChildren<QCheckBox*>();
+    ASSERT_TRUE(testsupport::waitFor([&] {
+        return std::any_of(boxes.begin(), boxes.end(),
+                           [](const QCheckBox* box) { return box->text() != box->accessibleName(); });
+    }));
+    for (const QCheckBox* box : boxes) {
+        const QAbstractButton& solo = control(("Solo " + box->accessibleName().toStdString()).c_str());
+        EXPECT_LE(edge(solo), panel().width()) << box->accessibleName().toStdString();
+        EXPECT_GE(solo.width(), solo.minimumSizeHint().width());
+        EXPECT_TRUE(box->text() == box->accessibleName() || box->text().endsWith(QChar(0x2026)));
+    }
 }
 
 TEST_F(ChannelsPanelTest, ClicksOnARowReachTheProject)

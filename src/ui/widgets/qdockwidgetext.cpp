@@ -59,6 +59,10 @@ QDockWidgetExt::QDockWidgetExt(const QString& title, const QIcon& icon, QWidget*
     layout->addWidget(new QLabel(title, bar), 1);
     layout->addWidget(m_roll);
     setTitleBarWidget(bar);
+    // Without its size a hidden content would also take the width from its title.
+    QSizePolicy policy = content->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    content->setSizePolicy(policy);
     setUnrolled(true);
 }
 
