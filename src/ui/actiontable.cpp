@@ -8,7 +8,9 @@
 #include <QAction>
 #include <QComboBox>
 #include <QCoreApplication>
+#include <QDockWidget>
 #include <QKeyEvent>
+#include <QToolBar>
 #include <QVariant>
 #include <QWidget>
 
@@ -41,6 +43,20 @@ bool walksByKeys(const QObject* object)
            qobject_cast<const DisplacementPad*>(object);
 }
 
+// Whoever walks through a panel by Tab goes on there.
+bool keepsTab(const QObject* object)
+{
+    while (object && !qobject_cast<const QDockWidget*>(object) && !qobject_cast<const QToolBar*>(object))
+        object = object->parent();
+    return object != nullptr;
+}
+
+bool isTab(const QKeyEvent& event)
+{
+    return (event.key() == Qt::Key_Tab || event.key() == Qt::Key_Backtab) &&
+           !(event.modifiers() & Qt::ControlModifier);
+}
+
 bool isWalkingKey(const QKeyEvent& event)
 {
     return !(event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) &&
@@ -56,10 +72,12 @@ ActionTable::ActionTable(QWidget& window) : QObject(&window), m_window(window)
 
 bool ActionTable::eventFilter(QObject* object, QEvent* event)
 {
-    if (event->type() == QEvent::ShortcutOverride && walksByKeys(object) &&
-        isWalkingKey(static_cast<QKeyEvent&>(*event))) {
-        event->accept();
-        return true;
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto& key = static_cast<const QKeyEvent&>(*event);
+        if ((isWalkingKey(key) && walksByKeys(object)) || (isTab(key) && keepsTab(object))) {
+            event->accept();
+            return true;
+        }
     }
     return QObject::eventFilter(object, event);
 }
@@ -78,6 +96,7 @@ QAction* ActionTable::add(const ActionRow& row, const std::function<void(bool)>&
     // Also those that stand in no menu have their keys from the window.
     m_window.addAction(action);
     m_actions[row.id] = action;
+    m_inOrder << action;
     if (row.needsProject)
         m_needProject << action;
     return action;

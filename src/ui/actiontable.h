@@ -40,18 +40,21 @@ public:
     QAction* add(const ActionRow& row, const std::function<void(bool)>& triggered);
     // Null for an unknown id.
     [[nodiscard]] QAction* action(const QString& id) const { return m_actions.value(id); }
+    // All, in the order in which they were added.
+    [[nodiscard]] const QList<QAction*>& actions() const { return m_inOrder; }
     // Enables or disables all rows that need a project.
     void setProjectOpen(bool open);
     // Writes the two properties; after the last row.
     void publish() const;
 
-    // A list or slider that has the focus gets its arrows, Home, End and the page keys, though they are
-    // shortcuts of the window.
+    // A list or slider that has the focus gets its arrows, Home, End and the page keys, and a control of a
+    // panel or tool bar gets Tab, though they are shortcuts of the window.
     bool eventFilter(QObject* object, QEvent* event) override;
 
 private:
     QWidget& m_window;
     QHash<QString, QAction*> m_actions; // children of the window
+    QList<QAction*> m_inOrder;
     QHash<QString, QString> m_defaults;
     QList<QAction*> m_needProject;
 };

@@ -119,8 +119,6 @@ void addChannelCommands(QMenuBar& bar, ActionTable& actions, ChannelsDisplay& di
 
 void addUnitMenus(QMenu& view)
 {
-    QAction* first = view.actions().value(0);
     for (const UnitMenuRow& row : unitMenus)
-        view.insertMenu(first, new UnitMenu(row.kind, text(row.title), &view));
-    view.insertSeparator(first);
+        view.addMenu(new UnitMenu(row.kind, text(row.title), &view));
 }

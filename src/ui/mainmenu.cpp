@@ -5,11 +5,12 @@
 #include "ui/actiontable.h"
 #include "ui/channelsmenu.h"
 #include "ui/displaypanel.h"
+#include "ui/helpmenu.h"
 #include "ui/historypanel.h"
 #include "ui/layerspanel.h"
 #include "ui/mainwindow.h"
 #include "ui/recentfiles.h"
-#include "ui/widgets/qdockwidgetext.h"
+#include "ui/viewmenu.h"
 
 #include <QActionGroup>
 #include <QCoreApplication>
@@ -286,19 +287,6 @@ std::vector<Row> layerRows(MainWindow& window)
     return rows;
 }
 
-std::vector<Row> viewRows(MainWindow& window)
-{
-    return {{"&View",
-             {id("viewfullscreen"),
-              text("&Fullscreen"),
-              text("Fill the screen with the window"),
-              QKeySequence::FullScreen,
-              {},
-              false,
-              true},
-             [&window](bool on) { window.toggleFullscreen(on); }}};
-}
-
 struct DisplayCommand
 {
     const char* id;
@@ -384,23 +372,6 @@ void addTools(MainWindow& window, ActionTable& actions)
     }
 }
 
-std::vector<Row> helpRows(MainWindow& window)
-{
-    return {
-        {"&Help",
-         {id("helpsupportinfo"), text("Support &Info"),
-          text("Program, system and graphics, for the support")},
-         [&window](bool) { window.showSupportInfo(); }},
-        {"&Help",
-         {id("helplog"), text("Log &Output"), text("The log of this session")},
-         [&window](bool) { window.showLog(); }},
-        separator,
-        {"&Help",
-         {id("helpabout"), text("&About"), text("Version and copyright")},
-         [&window](bool) { window.showAbout(); }},
-    };
-}
-
 QMenu* addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>& rows)
 {
     QMenu* menu = nullptr;
@@ -421,16 +392,6 @@ QMenu* addRows(MainWindow& window, ActionTable& actions, const std::vector<Row>&
         (row.submenu ? row.submenu : menu)->addAction(action);
     }
     return menu;
-}
-
-// Before the last separator.
-void addPanelMenu(MainWindow& window, QMenu& view)
-{
-    auto* panels = new QMenu(text("Panels"), &view);
-    for (QDockWidgetExt* panel : window.panels())
-        panels->addAction(panel->toggleViewAction());
-    const QList<QAction*> entries = view.actions();
-    view.insertMenu(entries[entries.size() - 2], panels);
 }
 
 // The entry names what it replaces; while there is nothing, the channel word.
@@ -514,10 +475,8 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     addChannelCommands(*window.menuBar(), actions, window.channelsDisplay());
     addRows(window, actions, displayRows(window));
     addTools(window, actions);
-    QMenu* view = addRows(window, actions, viewRows(window));
-    addUnitMenus(*view);
-    addPanelMenu(window, *view);
-    addRows(window, actions, helpRows(window));
+    buildViewMenu(window, actions);
+    buildHelpMenu(window, actions);
     followExportBack(window, actions.action(id("fileexportback")));
     followLayers(window.layersPanel(), actions);
     followHistory(window.historyPanel(), actions.action(id("editundo")), actions.action(id("editredo")));

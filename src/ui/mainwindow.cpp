@@ -2,6 +2,10 @@
 
 #include "display/channelsdisplay.h"
 #include "editing/datamanager.h"
+#include "plugins/ideviceplugin.h"
+#include "plugins/ifileplugin.h"
+#include "plugins/iprocessplugin.h"
+#include "plugins/itoolplugin.h"
 #include "plugins/pluginloader.h"
 #include "projectfiles/hostservices.h"
 #include "projectfiles/projecttabs.h"
@@ -12,6 +16,7 @@
 #include "ui/displaypanel.h"
 #include "ui/historypanel.h"
 #include "ui/layerspanel.h"
+#include "ui/listdialog.h"
 #include "ui/logdialog.h"
 #include "ui/mainmenu.h"
 #include "ui/objectproperties.h"
@@ -21,12 +26,16 @@
 #include "ui/statusreadout.h"
 #include "ui/stylesheet.h"
 #include "ui/supportinfo.h"
+#include "ui/widgets/filechooser.h"
+#include "ui/widgets/messages.h"
 #include "ui/widgets/qdockwidgetext.h"
 #include "ui/windowgeometry.h"
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QDir>
 #include <QDragEnterEvent>
+#include <QFileInfo>
 #include <QIcon>
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -35,6 +44,7 @@
 #include <QStandardPaths>
 #include <QStatusBar>
 #include <QTimer>
+#include <QToolBar>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -69,7 +79,9 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     setObjectName(QStringLiteral("MainWindow"));
     loadPlugins();
     qInfo("initializing UI...");
-    applyStyle();
+    // "auto" would ask the platform, which has no such mode.
+    m_tablet = appProperty("defaultlayoutmode").toLower() == QLatin1String("tablet");
+    applyStyle(m_tablet);
     setWindowIcon(QIcon(QStringLiteral(":/resources/") + appProperty("appicon")));
     setAcceptDrops(true);
     setContextMenuPolicy(Qt::NoContextMenu);
@@ -98,6 +110,8 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     m_actions->publish();
     applyObjectProperties(*this);
     showTabState();
+    if (const QString layout = appProperty("defaultlayout"); !layout.isEmpty())
+        ::loadLayout(*this, layout);
     qInfo("UI Initialized");
     setMinimumSize(smallestWindow);
     if (!m_embedded)
@@ -275,6 +289,101 @@ void MainWindow::toggleFullscreen(bool on)
     setWindowState(on ? windowState() | Qt::WindowFullScreen : windowState() & ~Qt::WindowFullScreen);
     if (!on && m_wasMaximized)
         setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void MainWindow::setTabletMode(bool on)
+{
+    m_tablet = on;
+    applyStyle(on);
+}
+
+namespace {
+
+filechooser::Request layoutRequest(const QString& title, bool save)
+{
+    filechooser::Request request;
+    request.title = title;
+    request.path = QDir(appProperty("presetspath")).filePath(QStringLiteral("default.layout"));
+    request.filters << MainWindow::tr("%1 Layout (*.layout)").arg(appProperty("name"));
+    request.save = save;
+    return request;
+}
+
+} // namespace
+
+void MainWindow::loadLayout()
+{
+    const QString path = filechooser::choose(this, layoutRequest(tr("Load Layout"), false)).path;
+    if (!path.isEmpty())
+        ::loadLayout(*this, path);
+}
+
+void MainWindow::saveLayout()
+{
+    QString path = filechooser::choose(this, layoutRequest(tr("Save Layout"), true)).path;
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().isEmpty())
+        path += QStringLiteral(".layout");
+    QString error;
+    if (!::saveLayout(*this, path, error))
+        messages::critical(this, tr("Save Layout"), tr("The layout could not be saved."), error);
+}
+
+QList<QWidget*> MainWindow::compactWidgets(bool toolBars) const
+{
+    QList<QWidget*> widgets;
+    for (QDockWidgetExt* panel : m_panels)
+        widgets << panel;
+    if (toolBars)
+        for (QToolBar* bar : findChildren<QToolBar*>(QString(), Qt::FindDirectChildrenOnly))
+            widgets << bar;
+    return widgets;
+}
+
+void MainWindow::toggleCompactAll()
+{
+    m_compact.toggle(compactWidgets(true));
+}
+
+void MainWindow::toggleCompactPanels()
+{
+    m_compact.toggle(compactWidgets(false));
+}
+
+void MainWindow::focusNextPanel(bool forward)
+{
+    focusNextArea(QList<QWidget*>{m_display} + compactWidgets(true), forward);
+}
+
+void MainWindow::focusNextControl(bool forward)
+{
+    focusNextPrevChild(forward);
+}
+
+void MainWindow::showShortcuts()
+{
+    QList<QStringList> rows;
+    for (const QAction* action : m_actions->actions()) {
+        QString name = action->text().remove(QLatin1Char('&'));
+        rows << QStringList{name.remove(QStringLiteral("...")),
+                            QKeySequence::listToString(action->shortcuts(), QKeySequence::NativeText)};
+    }
+    ListDialog(tr("Keyboard Shortcuts"), {tr("Command"), tr("Keys")}, rows, this).exec();
+}
+
+void MainWindow::showLibraries()
+{
+    QList<QStringList> rows;
+    const auto add = [&rows](const auto& plugins, const QString& kind) {
+        for (auto* plugin : plugins)
+            rows << QStringList{plugin->description(), kind};
+    };
+    add(m_plugins->filePlugins(), tr("File formats"));
+    add(m_plugins->devicePlugins(), tr("Devices"));
+    add(m_plugins->toolPlugins(), tr("Tool"));
+    add(m_plugins->processPlugins(), tr("Process"));
+    ListDialog(tr("Libraries"), {tr("Plug-in"), tr("Kind")}, rows, this).exec();
 }
 
 void MainWindow::showLog()

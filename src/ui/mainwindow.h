@@ -4,6 +4,7 @@
 #include "model/events.h"
 #include "ui/sessionrecords.h"
 #include "ui/widgets/qmainwindowext.h"
+#include "ui/windowlayout.h"
 
 #include <memory>
 
@@ -55,6 +56,9 @@ public:
     [[nodiscard]] int importedRecords() const { return m_importedRecords; }
     [[nodiscard]] const QStringList& failedImports() const { return m_failedImports; }
 
+    // Whether the controls are those of a tablet; at the start as the property `defaultlayoutmode` has it.
+    [[nodiscard]] bool isTabletMode() const { return m_tablet; }
+
     void areaEvent(EventId id, const Area& area) override;
 
 public Q_SLOTS:
@@ -71,6 +75,19 @@ public Q_SLOTS:
     // 40,000 records of others still wait.
     void sessionSocketData(const QByteArray& records);
     void toggleFullscreen(bool on);
+    void setTabletMode(bool on);
+    // Ask for the file first.
+    void loadLayout();
+    void saveLayout();
+    // Take panels and tool bars, or the panels alone, out of the window, and put them back.
+    void toggleCompactAll();
+    void toggleCompactPanels();
+    // Leads the keys from the views to the panels and tool bars in turn, and back.
+    void focusNextPanel(bool forward);
+    // As Tab does where it is no command.
+    void focusNextControl(bool forward);
+    void showShortcuts();
+    void showLibraries();
     void showLog();
     void showSupportInfo();
     void showAbout();
@@ -86,10 +103,13 @@ private:
     void buildCentral();
     void buildPanels();
     void showTabState();
+    [[nodiscard]] QList<QWidget*> compactWidgets(bool toolBars) const;
     void actOn(const SessionRecord& record);
 
     bool m_embedded;
     Area m_viewArea;
+    bool m_tablet = false;
+    CompactSwitch m_compact;
     bool m_wasMaximized = false;    // before full screen
     QList<SessionRecord> m_records; // not acted on yet
     bool m_importing = false;

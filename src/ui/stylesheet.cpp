@@ -82,13 +82,21 @@ QPalette darkPalette()
     return palette;
 }
 
+QString readSheet(const char* path)
+{
+    QFile file(QString::fromLatin1(path));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
 } // namespace
 
-void applyStyle()
+void applyStyle(bool tablet)
 {
-    QFile file(QStringLiteral(":/stylesheets/desktop.css"));
-    if (!file.open(QIODevice::ReadOnly))
+    QString sheet = readSheet(":/stylesheets/desktop.css");
+    if (sheet.isEmpty())
         return;
+    if (tablet)
+        sheet += readSheet(":/stylesheets/tablet.css");
     QApplication::setPalette(darkPalette());
-    qApp->setStyleSheet(expandStyleSheet(QString::fromUtf8(file.readAll()), *QCoreApplication::instance()));
+    qApp->setStyleSheet(expandStyleSheet(sheet, *QCoreApplication::instance()));
 }

@@ -11,7 +11,7 @@ class QObject;
 // character behind it, stays as it is.
 [[nodiscard]] QString expandStyleSheet(QString sheet, const QObject& properties);
 
-// Reads the sheet of the desktop, expands it and gives it to the application, together with a
-// palette of the same colours for whatever the sheet does not reach. Called again whenever a colour
-// property has changed.
-void applyStyle();
+// Reads the sheet of the desktop, and behind it that of the tablet where controls are to be large enough for
+// a finger, expands them and gives them to the application, together with a palette of the same colours for
+// whatever the sheets do not reach. Called again whenever the mode or a colour property has changed.
+void applyStyle(bool tablet);

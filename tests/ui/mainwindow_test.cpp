@@ -620,7 +620,8 @@ TEST_F(MainWindowTest, EveryVisibleControlHasWordsANameAndAPlaceInTheTabOrder)
     QSet<const QWidget*> visited;
     m_window->setFocus();
     for (int i = 0; i < 60; ++i) {
-        QTest::keyClick(m_window->focusWidget() ? m_window->focusWidget() : m_window.get(), Qt::Key_Tab);
+        QTest::keyClick(m_window->focusWidget() ? m_window->focusWidget() : m_window.get(), Qt::Key_Tab,
+                        Qt::ControlModifier);
         visited << m_window->focusWidget();
     }
     for (const ChannelRow* row : display().rows()) {
