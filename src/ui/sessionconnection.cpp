@@ -1,7 +1,6 @@
 #include "ui/sessionconnection.h"
 
 #include "base/log.h"
-#include "ui/sessionrecords.h"
 
 #include <QDebug>
 
@@ -34,40 +33,24 @@ void SessionConnection::read()
         logging::debug("MainWindow::sessionSocketData",
                        QStringLiteral("socket data size: %1").arg(data.size()));
         m_idle.start();
-        m_bytes += data.size();
-        m_partial += data;
-        passOn();
+        if (const QByteArray whole = m_input.take(data); !whole.isEmpty())
+            Q_EMIT recordsArrived(whole);
+        if (!m_input.fault().isEmpty())
+            end(m_input.fault());
     }
-}
-
-void SessionConnection::passOn()
-{
-    const SessionScan scan = scanSessionRecords(m_partial);
-    QString fault = scan.fault;
-    m_records += scan.records;
-    if (m_bytes > maxBytes)
-        fault = QStringLiteral("more than %1 MiB").arg(maxBytes >> 20);
-    else if (m_records > maxRecords)
-        fault = QStringLiteral("more than %1 records").arg(maxRecords);
-    const QByteArray whole = m_partial.left(scan.whole);
-    m_partial.remove(0, scan.whole);
-    if (!whole.isEmpty() && m_records <= maxRecords)
-        Q_EMIT recordsArrived(whole);
-    if (!fault.isEmpty())
-        end(fault);
 }
 
 void SessionConnection::idle()
 {
     // While the program was busy the timer ran out though data is there.
     if (!m_socket->waitForReadyRead(0))
-        end(m_partial.isEmpty() ? QString() : QStringLiteral("nothing came for %1 s").arg(idleMs / 1000));
+        end(!m_input.isInRecord() ? QString() : QStringLiteral("nothing came for %1 s").arg(idleMs / 1000));
 }
 
 void SessionConnection::finish()
 {
     read();
-    end(m_partial.isEmpty() ? QString() : QStringLiteral("a record is cut short"));
+    end(!m_input.isInRecord() ? QString() : QStringLiteral("a record is cut short"));
 }
 
 void SessionConnection::end(const QString& fault)
@@ -78,7 +61,6 @@ void SessionConnection::end(const QString& fault)
     m_idle.stop();
     if (!fault.isEmpty())
         qWarning().noquote() << QStringLiteral("a launch was not understood: ") + fault;
-    m_partial.clear();
     disconnect(m_socket, nullptr, this, nullptr);
     m_socket->abort();
     deleteLater();

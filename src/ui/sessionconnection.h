@@ -1,6 +1,8 @@
 // One launch that hands its command line to this session.
 #pragma once
 
+#include "ui/sessionrecords.h"
+
 #include <QByteArray>
 #include <QLocalSocket>
 #include <QObject>
@@ -18,8 +20,6 @@ class SessionConnection : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int maxBytes = 16 << 20;
-    static constexpr int maxRecords = 10000;
     static constexpr int idleMs = 5000;
 
     // The socket becomes a child.
@@ -35,15 +35,12 @@ Q_SIGNALS:
 
 private:
     void read();
-    void passOn();
     void idle();
     void finish();
     void end(const QString& fault);
 
     QLocalSocket* m_socket;
     QTimer m_idle;
-    QByteArray m_partial; // the beginning of a record
-    qint64 m_bytes = 0;   // of the whole connection
-    int m_records = 0;
+    SessionInput m_input;
     bool m_ended = false;
 };

@@ -8,8 +8,8 @@
 namespace {
 
 constexpr int streamVersion = 17;
-constexpr int maxBytes = 16 << 20;
-constexpr int maxRecords = 10000;
+constexpr int maxBytes = SessionInput::maxBytes;
+constexpr int maxRecords = SessionInput::maxRecords;
 constexpr double maxSample = double(1LL << 50);
 
 void readFields(QDataStream& stream, SessionRecord& record)
@@ -215,4 +215,22 @@ SessionScan scanSessionRecords(const QByteArray& bytes)
         ++scan.records;
     }
     return scan;
+}
+
+QByteArray SessionInput::take(const QByteArray& data)
+{
+    if (!m_fault.isEmpty())
+        return {};
+    m_bytes += data.size();
+    m_partial += data;
+    const SessionScan scan = scanSessionRecords(m_partial);
+    m_fault = scan.fault;
+    m_records += scan.records;
+    if (m_bytes > maxBytes)
+        m_fault = QStringLiteral("more than %1 MiB").arg(maxBytes >> 20);
+    else if (m_records > maxRecords)
+        m_fault = QStringLiteral("more than %1 records").arg(maxRecords);
+    const QByteArray whole = m_records > maxRecords ? QByteArray() : m_partial.left(scan.whole);
+    m_partial.remove(0, scan.whole);
+    return whole;
 }

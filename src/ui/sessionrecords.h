@@ -59,3 +59,25 @@ struct SessionScan
 
 // Looks at no more than the lengths, so a large record that comes in many pieces costs nothing each time.
 [[nodiscard]] SessionScan scanSessionRecords(const QByteArray& bytes);
+
+// The bytes of one launch, as they arrive: in pieces of any size. Knows nothing of sockets.
+class SessionInput
+{
+public:
+    static constexpr int maxBytes = 16 << 20;
+    static constexpr int maxRecords = 10000;
+
+    // The records that are complete with `data`, as bytes. Once there is a fault nothing more is taken.
+    [[nodiscard]] QByteArray take(const QByteArray& data);
+    // Why nothing more can come: an unknown header, a text of impossible length, more than 16 MiB or more
+    // than 10,000 records. Empty as long as all is well.
+    [[nodiscard]] const QString& fault() const { return m_fault; }
+    // The last record is not complete yet.
+    [[nodiscard]] bool isInRecord() const { return !m_partial.isEmpty(); }
+
+private:
+    QByteArray m_partial; // the beginning of a record
+    qint64 m_bytes = 0;
+    int m_records = 0;
+    QString m_fault;
+};
