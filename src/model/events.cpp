@@ -6,6 +6,7 @@
 #include "model/selection.h"
 #include "model/toolstate.h"
 
+#include <algorithm>
 #include <array>
 #include <deque>
 #include <typeindex>
@@ -141,6 +142,12 @@ struct Pending
     std::shared_ptr<const void> owned; // holds `payload` when it is a copy
 };
 
+struct Call
+{
+    IEvent* listener;
+    std::function<void()> function;
+};
+
 // The one bus of the process: the listeners in order of construction, the events that wait, and the
 // place in the list of the delivery in progress.
 struct Bus
@@ -148,6 +155,7 @@ struct Bus
     std::vector<IEvent*> listeners;
     QHash<const IEvent*, QString> names;
     std::deque<Pending> pending;
+    std::deque<Call> calls;
     std::ptrdiff_t index = -1;
 
     void remove(IEvent* listener);
@@ -175,6 +183,9 @@ void Bus::remove(IEvent* listener)
     for (Pending& event : pending)
         if (event.skip == listener)
             event.skip = nullptr;
+    calls.erase(std::remove_if(calls.begin(), calls.end(),
+                               [listener](const Call& call) { return call.listener == listener; }),
+                calls.end());
 }
 
 // The list may grow and shrink under the loop.
@@ -204,6 +215,11 @@ void Bus::drain()
     while (!pending.empty()) {
         const Remove remove{*this, index};
         deliver(pending.front());
+    }
+    while (!calls.empty()) {
+        const Call call = std::move(calls.front());
+        calls.pop_front();
+        call.function(); // may post
     }
 }
 
@@ -253,6 +269,15 @@ IEvent::IEvent(const QString& name)
 IEvent::~IEvent()
 {
     bus().remove(this);
+}
+
+void callWhenDelivered(IEvent* listener, std::function<void()> call)
+{
+    Bus& b = bus();
+    if (b.pending.empty())
+        call();
+    else
+        b.calls.push_back({listener, std::move(call)});
 }
 
 QString eventName(EventId id)

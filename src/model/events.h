@@ -8,6 +8,8 @@
 #include "model/types/mouseevent.h"
 #include "model/types/transformsettings.h"
 
+#include <functional>
+
 #include <QCursor>
 #include <QString>
 
@@ -172,6 +174,10 @@ template<class Payload>
 void postEvent(IEvent* sender, EventId id, const Payload& payload, IEvent* skip);
 // The events without payload: ids 50 to 52 and 54 to 59.
 void postEvent(IEvent* sender, EventId id, IEvent* skip);
+
+// Calls back when no event is in delivery and none waits any more, before the outermost post returns; at
+// once outside any delivery. Not at all when the listener is gone by then. GUI thread.
+void callWhenDelivered(IEvent* listener, std::function<void()> call);
 
 // The name that a listener was made with, empty when there is no such listener.
 [[nodiscard]] QString listenerName(const IEvent* listener);

@@ -131,7 +131,9 @@ void ProjectTabs::spectralMarkersEvent(EventId, const SpectralMarkerList& marker
 
 void ProjectTabs::historyRecordEvent(EventId, const HistoryEntry&)
 {
-    backup();
+    // When the history has recorded the action, or has taken it back for lack of room and told so: until
+    // then a recovery would take it back too.
+    callWhenDelivered(this, [this] { backup(); });
     markModified();
 }
 
