@@ -362,6 +362,25 @@ bool SessionFile::sync() const
            platform::syncFile(d->file);
 }
 
+bool SessionFile::guard(int64_t offset, int64_t bytes, const SessionFile* image, int64_t imageOffset) const
+{
+    const ReadLocker locker(keeperLock);
+    return !theKeeper || theKeeper->guard({d->name, d->size, offset, image ? image->d->name : QString(),
+                                           imageOffset, bytes});
+}
+
+void SessionFile::takePlaceOf(const SessionFile& former, int64_t by) const
+{
+    const ReadLocker locker(keeperLock);
+    if (theKeeper)
+        theKeeper->imageMoved(former.d->name, d->name, by);
+}
+
+void SessionFile::setLastError(const QString& place, const QString& cause)
+{
+    setFailure(place, cause);
+}
+
 void SessionFile::keep()
 {
     d->kept = true;

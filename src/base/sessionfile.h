@@ -28,12 +28,30 @@ private:
     bool m_kept = false;
 };
 
+// A part of a sample file that is about to be changed where it lies. Names are without folders, all
+// else is in bytes.
+struct GuardedPart
+{
+    QString file;
+    int64_t fileBytes = 0; // its length as it is now
+    int64_t offset = 0;
+    QString image; // the file that holds the part as it is now; empty: only the length is going to change
+    int64_t imageOffset = 0;
+    int64_t bytes = 0;
+};
+
 // Whoever knows which files a manifest on the disk still names: removing one of these before a manifest
-// without it is safe on the disk would lose its samples in a crash.
+// without it is safe on the disk, or changing it in place without a word, would lose its samples in a
+// crash.
 class ISessionFileKeeper
 {
 public:
     virtual ~ISessionFileKeeper() = default;
+    // Called before the change and after the image is whole. False: it could not be noted, and the change
+    // must not be made (SessionFile::lastError() tells why). Any thread, under locks of layers.
+    [[nodiscard]] virtual bool guard(const GuardedPart&) { return true; }
+    // `to` now holds what the image `from` held, `by` bytes further on. Before `from` is let go.
+    virtual void imageMoved(const QString& /*from*/, const QString& /*to*/, int64_t /*by*/) {}
     // Any thread, under no lock of a caller of ours but those of layers. To let `file` die is to remove
     // it.
     virtual void retire(std::unique_ptr<RetiredFile> file) = 0;
@@ -91,12 +109,22 @@ public:
     [[nodiscard]] bool sync() const;
     // Leaves the file on disk when the object dies.
     void keep();
+    // Tells the keeper, if there is one, that `bytes` from `offset` on are about to be changed here, and
+    // stand as they are in `image` from `imageOffset` on. Without an image, that the length is going to
+    // change. False: the keeper could not note it, and the change must not be made.
+    [[nodiscard]] bool guard(int64_t offset, int64_t bytes, const SessionFile* image = nullptr,
+                             int64_t imageOffset = 0) const;
+    // Tells the keeper that this file holds what `former` held, `by` bytes further on, and takes its place
+    // as an image.
+    void takePlaceOf(const SessionFile& former, int64_t by) const;
     // Gets every file that dies from here on in this process; null for none. Returns when no call of the
     // keeper before is in progress any more.
     static void setKeeper(ISessionFileKeeper* keeper);
     // Words for the last failure in this thread, naming folder and space: for the informative text
     // of a message box.
     [[nodiscard]] static QString lastError();
+    // For a keeper that refuses.
+    static void setLastError(const QString& place, const QString& cause);
 
 private:
     struct Private;

@@ -284,6 +284,7 @@ private:
     // held, shared or exclusively.
     [[nodiscard]] bool keepForUndo(const Range& range);
     [[nodiscard]] bool growBackup(const Range& blocks);
+    [[nodiscard]] bool guardForStep(const LayerRecord& record, int32_t direction) const;
     [[nodiscard]] bool growTo(const Range& range); // with m_edit held exclusively
     [[nodiscard]] bool makeRoom(const Range& range);
     void markChanged(const Range& range);

@@ -61,13 +61,20 @@ bool Layer::growBackup(const Range& blocks)
     const Range target = covered.united(blocks);
     if (target == covered)
         return true;
-    if (!backup.m_store.resize(target))
+    if (!backup.m_store.resizeImage(target))
         return false;
-    if (covered.isEmpty()) {
-        backup.m_store.copyFrom(m_store, target);
-    } else {
-        backup.m_store.copyFrom(m_store, {target.start, covered.start - target.start});
-        backup.m_store.copyFrom(m_store, {covered.end(), target.end() - covered.end()});
+    QList<Range> fresh{target};
+    if (!covered.isEmpty())
+        fresh = {{target.start, covered.start - target.start}, {covered.end(), target.end() - covered.end()}};
+    for (const Range& part : fresh) {
+        if (part.isEmpty())
+            continue;
+        backup.m_store.copyFrom(m_store, part);
+        // Should the program die in the midst of the edit, the old samples are taken from there.
+        if (m_store.guard(part, backup.m_store))
+            continue;
+        static_cast<void>(backup.m_store.resizeImage(covered)); // so that the next write tries again
+        return false;
     }
     return true;
 }
@@ -188,6 +195,16 @@ void Layer::resetToBackup()
     applyRecord({}, 0);
 }
 
+// A step over a record changes samples in place too. What they were before it stands in the image of the
+// other direction.
+bool Layer::guardForStep(const LayerRecord& record, int32_t direction) const
+{
+    if (!m_store.isResizedInPlace(direction == 0 ? record.beforeRange : record.afterRange))
+        return true;
+    const LayerPtr other = direction == 0 ? record.after : record.before;
+    return !other || other->type() != LayerTypeLayer || m_store.guard(other->m_store.range(), other->m_store);
+}
+
 // Before-images are sparse: what they do not hold has not been changed, and stands there still.
 void Layer::applyRecord(const LayerRecord& record, int32_t direction)
 {
@@ -203,7 +220,7 @@ void Layer::applyRecord(const LayerRecord& record, int32_t direction)
         if (live && image->m_store.range() == target) {
             // The live backup is given up anyway: with all samples in it, it needs no room and no copy.
             m_store.exchangeWith(image->m_store);
-        } else if (m_store.resize(target)) {
+        } else if ((live || guardForStep(record, direction)) && m_store.resize(target)) {
             m_store.copyFrom(image->m_store, target);
         } else {
             setStorageError();

@@ -198,17 +198,52 @@ bool SampleStore::resize(const Range& target)
     }
     if (m_format.frameBytes() < 1)
         return false;
-    if (m_length > 0 && target.start == m_start)
+    if (isResizedInPlace(target))
         return resizeInPlace(target.length);
-    std::unique_ptr<SessionFile> file = newFile(target.length);
+    std::unique_ptr<SessionFile> file = moved(target);
     if (!file)
         return false;
-    const Range kept = target.intersected({m_start, m_length});
-    if (!kept.isEmpty())
-        std::memcpy(file->data() + (kept.start - target.start) * m_format.frameBytes(),
-                    frame(kept.start - m_start), std::size_t(kept.length * m_format.frameBytes()));
     exchange(std::move(file), target);
     return true;
+}
+
+bool SampleStore::resizeImage(const Range& target)
+{
+    if (target.isEmpty() || m_length < 1 || isResizedInPlace(target))
+        return resize(target);
+    std::unique_ptr<SessionFile> file = moved(target);
+    if (!file)
+        return false;
+    file->takePlaceOf(*m_file, (m_start - target.start) * m_format.frameBytes());
+    exchange(std::move(file), target);
+    return true;
+}
+
+bool SampleStore::isResizedInPlace(const Range& target) const
+{
+    return m_length > 0 && !target.isEmpty() && target.start == m_start;
+}
+
+std::unique_ptr<SessionFile> SampleStore::moved(const Range& target) const
+{
+    std::unique_ptr<SessionFile> file = newFile(target.length);
+    const Range kept = target.intersected({m_start, m_length});
+    if (file && !kept.isEmpty())
+        std::memcpy(file->data() + (kept.start - target.start) * m_format.frameBytes(),
+                    frame(kept.start - m_start), std::size_t(kept.length * m_format.frameBytes()));
+    return file;
+}
+
+bool SampleStore::guard(const Range& range, const SampleStore& image) const
+{
+    if (!m_file)
+        return true;
+    const int64_t bytes = m_format.frameBytes();
+    const Range part = range.intersected({m_start, m_length}).intersected(image.range());
+    if (part.isEmpty())
+        return m_file->guard(0, 0);
+    return m_file->guard((part.start - m_start) * bytes, part.length * bytes, image.m_file.get(),
+                         (part.start - image.m_start) * bytes);
 }
 
 bool SampleStore::insertGap(int64_t position, int64_t length)

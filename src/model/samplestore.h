@@ -64,6 +64,14 @@ public:
 
     // Makes the span exactly `target`: what both have in common stays, new sample points are zero.
     [[nodiscard]] bool resize(const Range& target);
+    // The same for a store that holds old samples of another, of which a keeper may have noted that they
+    // are here.
+    [[nodiscard]] bool resizeImage(const Range& target);
+    // Whether resize() changes the file that is there.
+    [[nodiscard]] bool isResizedInPlace(const Range& target) const;
+    // Before samples are changed in the file: those of `range` stand in `image` as they are here. An empty
+    // range: only the length is going to change. False: that could not be noted, so nothing may be changed.
+    [[nodiscard]] bool guard(const Range& range, const SampleStore& image) const;
     // Opens a gap of `length` zeros at `position` inside the span; what lies behind moves up.
     [[nodiscard]] bool insertGap(int64_t position, int64_t length);
     // Takes `span`, which overlaps the data, out of the timeline; what lies behind moves down.
@@ -109,6 +117,8 @@ private:
     [[nodiscard]] float* frame(int64_t index);
     [[nodiscard]] std::unique_ptr<SessionFile> newFile(int64_t frames) const;
     void exchange(std::unique_ptr<SessionFile> file, const Range& span);
+    // A new file of that span, filled with what both have in common.
+    [[nodiscard]] std::unique_ptr<SessionFile> moved(const Range& target) const;
     [[nodiscard]] bool resizeInPlace(int64_t frames);
 
     mutable ReadWriteLock m_map; // guards the next four; taken exclusively only to exchange them

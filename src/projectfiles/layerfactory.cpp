@@ -1,5 +1,6 @@
 #include "projectfiles/layerfactory.h"
 
+#include "base/platform.h"
 #include "base/sessionfile.h"
 
 #include <algorithm>
@@ -89,7 +90,10 @@ LayerFactory::Made SessionLayers::fromPath(const Wanted& wanted, const QString& 
     const QString full = QDir(m_folder).absoluteFilePath(path);
     const bool isAdopted = m_samples == SampleFiles::Reference && isSessionName(QFileInfo(full).fileName());
     const QString root = m_samples == SampleFiles::Reference ? SampleStore::sessionFolder() : m_folder;
-    Made made = isAdopted ? adopted(wanted, full) : copied(wanted, full, root, step);
+    const bool isStretch = isAdopted && wanted.first;
+    Made made = isStretch   ? stretch(wanted, full, step)
+                : isAdopted ? adopted(wanted, full)
+                            : copied(wanted, full, root, step);
     if (made.layer && !made.words.isEmpty()) {
         if (!made.words.contains(full)) // the words of a refused adoption have it
             made.words = QDir::toNativeSeparators(full) + QLatin1String(": ") + made.words;
@@ -103,12 +107,61 @@ LayerFactory::Made SessionLayers::adopted(const Wanted& wanted, const QString& p
     Made made;
     made.told = QFileInfo::exists(path) || QFileInfo(path).isSymLink();
     QString words;
-    made.layer = Layer::adoptFile(wanted.format, wanted.header, wanted.start, path, true, &words);
-    if (words.isEmpty())
+    made.layer = Layer::adoptFile(wanted.format, wanted.header, wanted.start, path, false, &words);
+    if (words.isEmpty()) {
         m_adopted << made.layer;
-    else
+        const int64_t held = made.layer->dataRange().length;
+        const int64_t length = std::max<int64_t>(0, wanted.length.value_or(held));
+        if (length < held)
+            made.layer->setRange({wanted.start, length});
+        else if (length > held)
+            made.words = tr("%1 of %2 samples are missing: %3")
+                             .arg(QString::number(length - held), QString::number(length), tr("end of file"));
+    } else {
         made.words = made.told ? words : tr("the file is missing");
+    }
+    made.layer->startBackup();
     return made;
+}
+
+// Of a file that another layer may have, or get: read, and zeros where the stretch lies outside.
+LayerFactory::Made SessionLayers::stretch(const Wanted& wanted, const QString& path, const Step& step)
+{
+    const Range asked{*wanted.first, std::max<int64_t>(0, wanted.length.value_or(0))};
+    const LayerPtr layer = Layer::create(wanted.format, wanted.header, wanted.start, false);
+    const auto made = [&](const QString& words, bool told) {
+        layer->startBackup();
+        return Made{layer, words, told};
+    };
+    QFile file;
+    const int descriptor = platform::openRegular(path);
+    if (descriptor < 0 || !file.open(descriptor, QFile::ReadOnly | QFile::Unbuffered, QFile::AutoCloseHandle))
+        return made(tr("the file is missing"), QFileInfo::exists(path));
+    if (QFileInfo(path).canonicalPath() != QFileInfo(SampleStore::sessionFolder()).canonicalFilePath())
+        return made(tr("the file does not lie in the session folder"), true);
+    const int64_t frameBytes = wanted.format.frameBytes();
+    const Range there = asked.intersected({0, file.size() / frameBytes});
+    if (asked.isEmpty())
+        return made({}, true);
+    Made failed;
+    layer->setRange({wanted.start, asked.length}); // zeros, and no more than there is room for
+    if (layer->takeStorageError(&failed.words))
+        return failed;
+    if (there.isEmpty())
+        return made({}, true);
+    const int64_t most = std::max<int64_t>(1, piece / frameBytes);
+    std::vector<float> buffer(std::size_t(std::min(there.length, most) * frameBytes / 4));
+    if (!file.seek(there.start * frameBytes))
+        return made(file.errorString(), true);
+    for (int64_t done = 0; done < there.length; done += most) {
+        const int64_t frames = std::min(most, there.length - done);
+        if (file.read(reinterpret_cast<char*>(buffer.data()), frames * frameBytes) != frames * frameBytes)
+            return made(file.errorString(), true);
+        layer->write(buffer.data(), {wanted.start + there.start - asked.start + done, frames}, -1, true);
+        if (!step(frames * frameBytes))
+            return {};
+    }
+    return made({}, true);
 }
 
 LayerFactory::Made SessionLayers::copied(const Wanted& wanted, const QString& path, const QString& root,

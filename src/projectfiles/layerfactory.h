@@ -4,6 +4,7 @@
 #include "projectfiles/projectio.h"
 
 #include <functional>
+#include <optional>
 
 #include <QList>
 
@@ -27,6 +28,10 @@ public:
         SamplingFormat format; // one that sanitizeFormat() passed
         LayerHeader header;
         int64_t start = 0;
+        // Only for fromPath(), and only in a session's manifest: the sample points of the file that count,
+        // and the first of them. With `first` the file may be that of another layer, too, and is copied.
+        std::optional<int64_t> length;
+        std::optional<int64_t> first;
     };
 
     virtual ~LayerFactory() = default;
@@ -47,7 +52,7 @@ public:
 // so a project that somebody sends does not bring in what lies elsewhere.
 // Reference: the file must lie directly in the session folder and be ours (see SessionFile::adopt).
 // Files there whose names this program does not make are copied instead, since an adopted one is
-// written to and deleted.
+// written to and deleted. What such a file has grown since its manifest was written is cut off.
 class SessionLayers final : public LayerFactory
 {
 public:
@@ -64,6 +69,7 @@ public:
 
 private:
     [[nodiscard]] Made adopted(const Wanted& wanted, const QString& path);
+    [[nodiscard]] Made stretch(const Wanted& wanted, const QString& path, const Step& step);
     [[nodiscard]] Made copied(const Wanted& wanted, const QString& path, const QString& root,
                               const Step& step);
 

@@ -63,7 +63,7 @@ bool ProjectReader::addLayer(const ReadNode& read, const Source& source)
     ReadNode node = read;
     if (!hasRoom() || !fits(node))
         return true;
-    const LayerFactory::Made made = source({node.format, node.header, node.start});
+    const LayerFactory::Made made = source({node.format, node.header, node.start, node.length, node.first});
     if (!made.layer) {
         m_noRoom = made.words;
         return false;

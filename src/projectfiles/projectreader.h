@@ -17,6 +17,8 @@ struct ReadNode
     LayerHeader header;
     SamplingFormat format;
     int64_t start = 0;
+    std::optional<int64_t> length; // of the part of the sample file that counts
+    std::optional<int64_t> first;  // a stretch of a sample file that may be another layer's: where it begins
     bool isOpen = true;
     int64_t count = 0; // of a group
 };

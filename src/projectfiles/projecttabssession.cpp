@@ -3,6 +3,7 @@
 #include "projectfiles/projecttabs.h"
 #include "projectfiles/projectxml.h"
 #include "projectfiles/sessioncache.h"
+#include "projectfiles/sessionjournal.h"
 #include "ui/widgets/messages.h"
 
 #include <QDebug>
@@ -28,7 +29,8 @@ bool ProjectTabs::recoverProject(const QString& manifest)
 {
     qInfo().noquote() << QStringLiteral("recovering %1...").arg(manifest);
     LoadProgress progress(window(), tr("Opening..."));
-    const ProjectReadResult read =
+    const QStringList notTakenBack = SessionJournal::rollBack(manifest);
+    ProjectReadResult read =
         readProjectXml(manifest, SampleFiles::Reference,
                        [&progress](int64_t done, int64_t total) { return progress(done, total); });
     if (!read.project) {
@@ -36,6 +38,10 @@ bool ProjectTabs::recoverProject(const QString& manifest)
         if (!read.text.isEmpty())
             messages::critical(window(), read.title, read.text, read.cause);
         return false;
+    }
+    if (!notTakenBack.isEmpty()) {
+        read.damage << notTakenBack;
+        read.project->setFilePath({});
     }
     const QString file = read.project->filePath();
     read.project->name = file.isEmpty() ? tr("Untitled") : QFileInfo(file).fileName();

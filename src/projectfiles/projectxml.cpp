@@ -35,6 +35,12 @@ public:
     // `paths`: one for each layer.
     [[nodiscard]] bool write(const Project& project, const QList<SavedLayer>& layers,
                              const QStringList& paths);
+    // For the session's: the next write() tells of parts of files.
+    void setReference(uint64_t generation)
+    {
+        m_isReference = true;
+        m_generation = generation;
+    }
     [[nodiscard]] const QByteArray& bytes() const { return m_bytes; }
     // Texts or markers had to be left out.
     [[nodiscard]] bool isCut() const { return m_cut; }
@@ -55,12 +61,15 @@ private:
         fields(table, from);
     }
     void layer(const SavedLayer& layer, const QString& path);
+    void reference(const SavedLayer& layer);
     void lists(const Project& project);
     [[nodiscard]] bool isFull();
 
     QByteArray m_bytes;
     QXmlStreamWriter m_xml;
     bool m_cut = false;
+    bool m_isReference = false;
+    uint64_t m_generation = 0;
 };
 
 // One character that XML forbids would make the whole manifest unreadable.
@@ -111,7 +120,16 @@ void ManifestWriter::layer(const SavedLayer& layer, const QString& path)
     } else {
         text("start", QString::number(qlonglong(layer.span.start)));
         text("path", path);
+        if (m_isReference && !path.isEmpty())
+            reference(layer);
     }
+}
+
+void ManifestWriter::reference(const SavedLayer& layer)
+{
+    text("length", QString::number(qlonglong(layer.span.length)));
+    if (layer.isStretch)
+        text("first", QString::number(qlonglong(layer.first)));
 }
 
 void ManifestWriter::lists(const Project& project)
@@ -146,6 +164,8 @@ bool ManifestWriter::write(const Project& project, const QList<SavedLayer>& laye
     text("software", writerName());
     const bool isEmbedded = QCoreApplication::instance()->property("embedded").toBool();
     text("embedded", isEmbedded ? QStringLiteral("true") : QStringLiteral("false"));
+    if (m_generation > 0)
+        text("generation", QString::number(qulonglong(m_generation)));
     m_xml.writeStartElement(QStringLiteral("project"));
     fields(projectfields::format, format);
     text("software", writerName());
@@ -261,13 +281,14 @@ QStringList sessionPaths(const QList<SavedLayer>& layers, const QString& manifes
 } // namespace
 
 SaveResult writeProjectXml(const Project& project, const QString& path, SampleFiles samples,
-                           const Progress& progress, bool sync)
+                           const Progress& progress, bool sync, uint64_t generation)
 {
     if (samples == SampleFiles::Copy)
         return writeWithCopies(project, path, progress);
     SaveResult result;
     const QList<SavedLayer> layers = savedLayers(project);
     ManifestWriter manifest;
+    manifest.setReference(generation);
     if (!manifest.write(project, layers, sessionPaths(layers, path))) {
         result.words = QDir::toNativeSeparators(path) + QLatin1String(": ") + tooLong();
         return result;

@@ -17,12 +17,14 @@ class QIODevice;
 // last 4 characters. At every moment the manifest under `path` is the old or the new one, and what it
 // names is complete (see sidecars.h).
 // With SampleFiles::Reference, the session's manifest: no sample is touched; layers are named by their
-// session files. Regions, which have no file, are then empty.
+// session files, with their lengths, since such a file may grow before the next manifest. A region names
+// the file of its source, and where in it the stretch begins that it shows (one whose source has no file of
+// its own is empty). `generation`: see SessionJournal; 0 for none.
 // `sync` false, for the session's manifest: the new one replaces the old by rename, and the caller sees
 // to it later that both are on the disk. A user's save always syncs.
 // A failure leaves the manifest before it in place.
 [[nodiscard]] SaveResult writeProjectXml(const Project& project, const QString& path, SampleFiles samples,
-                                         const Progress& progress, bool sync = true);
+                                         const Progress& progress, bool sync = true, uint64_t generation = 0);
 
 // Reads a manifest of at most 64 MiB from `device`, which is open and can be sought; `factory` makes
 // the layers from the paths. A manifest whose head cannot be read is refused with its box, one without

@@ -18,6 +18,8 @@ namespace {
 using projectfields::Kind;
 using projectfields::Number;
 
+constexpr int64_t maxPart = 1LL << 50; // sample points
+
 ProjectReadResult refused(const QString& cause)
 {
     return ProjectReader::refusal(
@@ -123,6 +125,13 @@ bool XmlReader::layer()
 {
     ReadNode read = node();
     read.start = std::max<int64_t>(0, projectfields::positionFrom(whole("start", 0)));
+    const auto part = [this](const char* name) -> std::optional<int64_t> {
+        const auto number =
+            projectfields::parse(Kind::Long, m_attributes.value(QLatin1String(name)).toString());
+        return number ? std::optional(std::clamp(number->whole, -maxPart, maxPart)) : std::nullopt;
+    };
+    read.length = part("length");
+    read.first = part("first");
     const QString path = text("path");
     return m_reader.addLayer(read, [&](const LayerFactory::Wanted& wanted) {
         // The samples are no part of the manifest, whose length is the total.

@@ -12,6 +12,17 @@ namespace {
 
 constexpr int64_t piece = 1000000; // bytes
 
+// A source that is a group or a region itself has no file.
+void findStretch(SavedLayer& region)
+{
+    const LayerPtr source = region.layer->source();
+    if (!source || source->type() != LayerTypeLayer || source->format() != region.format)
+        return;
+    region.isStretch = true;
+    region.file = source->filePath();
+    region.first = region.span.start + region.layer->sourceOffset() - source->dataRange().start;
+}
+
 SavedLayer saved(const ILayerPtr& node)
 {
     SavedLayer out;
@@ -32,6 +43,8 @@ SavedLayer saved(const ILayerPtr& node)
     // Only a region may begin before time 0, where nothing of it is heard.
     if (!hasData)
         out.span = out.span.intersected({0, std::numeric_limits<int64_t>::max() / 4});
+    if (node->type() == LayerTypeRegion)
+        findStretch(out);
     return out;
 }
 

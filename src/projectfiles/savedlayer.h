@@ -15,7 +15,9 @@ struct SavedLayer
     bool isOpen = false;
     int32_t childCount = 0; // direct ones
     Range span;             // raw, from time 0 on, as it is when the save begins
-    QString file;           // the session file; empty for groups, regions and layers without samples
+    QString file;           // the session file, of a region that of its source; empty where there is none
+    bool isStretch = false; // a region: the samples are part of the file
+    int64_t first = 0;      // the sample point of the file that is the first of the span; may lie outside
     ILayerPtr layer;
 
     [[nodiscard]] int64_t bytes() const

@@ -62,10 +62,9 @@ SessionCache::~SessionCache()
     if (!m_retired.empty())
         static_cast<void>(platform::syncFolder(m_folder.path()));
     for (const uint64_t id : m_ids)
-        for (const auto& [generation, names] : m_named[id])
-            for (const auto& file : m_retired)
-                if (names.contains(file->name()))
-                    file->keep();
+        for (const auto& file : m_retired)
+            if (isNamedBy(id, file->name()))
+                file->keep();
     m_retired.clear();
     if (m_lock)
         m_lock->remove();
@@ -81,13 +80,21 @@ uint64_t SessionCache::idOf(const Project& project)
 
 // --- which files are named -------------------------------------------------------------------------
 
+bool SessionCache::isNamedBy(uint64_t id, const QString& name) const
+{
+    const auto journal = m_journals.find(id);
+    if (journal != m_journals.end() && journal->second.names(name))
+        return true;
+    const auto project = m_named.find(id);
+    return project != m_named.end() &&
+           std::any_of(project->second.begin(), project->second.end(),
+                       [&name](const auto& generation) { return generation.second.contains(name); });
+}
+
 bool SessionCache::isNamed(const QString& name) const
 {
-    for (const auto& project : m_named)
-        for (const auto& generation : project.second)
-            if (generation.second.contains(name))
-                return true;
-    return false;
+    return std::any_of(m_named.begin(), m_named.end(),
+                       [&](const auto& project) { return isNamedBy(project.first, name); });
 }
 
 void SessionCache::name(uint64_t id, const QSet<QString>& files)
@@ -133,6 +140,8 @@ void SessionCache::safeOnDisk(uint64_t id, uint64_t generation)
     if (project == m_named.end())
         return;
     project->second.erase(project->second.begin(), project->second.lower_bound(generation));
+    if (const auto journal = m_journals.find(id); journal != m_journals.end())
+        journal->second.forgetBefore(generation);
     const auto& newest = project->second;
     if (newest.size() == 1 && newest.begin()->second.isEmpty())
         m_named.erase(project);
@@ -145,6 +154,47 @@ void SessionCache::retire(std::unique_ptr<RetiredFile> file)
     if (isNamed(file->name()))
         m_retired.push_back(std::move(file));
     // Otherwise it dies with this call.
+}
+
+// Only what the newest manifest names, or would be brought back from, is looked for after a death.
+bool SessionCache::guard(const GuardedPart& part)
+{
+    const std::lock_guard locker(m_mutex);
+    for (const auto& [id, newest] : m_newest) {
+        const auto project = m_named.find(id);
+        if (newest == 0 || project == m_named.end())
+            continue;
+        const auto files = project->second.find(newest);
+        const auto known = m_journals.find(id);
+        if ((files == project->second.end() || !files->second.contains(part.file)) &&
+            (known == m_journals.end() || !known->second.names(part.file)))
+            continue;
+        SessionJournal& journal =
+            m_journals.try_emplace(id, m_folder.manifestPath(m_session, id)).first->second;
+        if (!journal.add(newest, part))
+            return false;
+    }
+    return true;
+}
+
+void SessionCache::imageMoved(const QString& from, const QString& to, int64_t by)
+{
+    const std::lock_guard locker(m_mutex);
+    for (auto& journal : m_journals)
+        journal.second.imageMoved(from, to, by);
+}
+
+QStringList SessionCache::undoFiles(uint64_t id)
+{
+    const std::lock_guard locker(m_mutex);
+    QStringList files;
+    const auto journal = m_journals.find(id);
+    if (journal == m_journals.end() || journal->second.images().isEmpty())
+        return files;
+    for (const QString& name : journal->second.images())
+        files << m_folder.path() + QLatin1Char('/') + name;
+    files << journal->second.path();
+    return files;
 }
 
 void SessionCache::reclaim()
@@ -171,7 +221,8 @@ bool SessionCache::write(const Project& project)
     job.samples = sampleFiles(project);
     name(id, namesOf(job.samples));
     job.generation = m_generation;
-    const SaveResult result = writeProjectXml(project, job.manifest, SampleFiles::Reference, {}, false);
+    const SaveResult result =
+        writeProjectXml(project, job.manifest, SampleFiles::Reference, {}, false, job.generation);
     if (!result.done) {
         qWarning().noquote() << "no session backup:" << result.words;
         const std::lock_guard locker(m_mutex);
@@ -190,6 +241,8 @@ bool SessionCache::takeOver(const Project& project, const QString& manifest)
         return false;
     const uint64_t id = idOf(project);
     const QString path = m_folder.manifestPath(m_session, id);
+    // Should the new manifest not succeed, the old one is followed by what is noted from here on.
+    m_generation = std::max(m_generation, SessionJournal::generationOf(manifest));
     name(id, namesOf(sampleFiles(project)));
     const bool renamed =
         std::rename(QFile::encodeName(manifest).constData(), QFile::encodeName(path).constData()) == 0;
@@ -198,7 +251,10 @@ bool SessionCache::takeOver(const Project& project, const QString& manifest)
     const bool written = write(project);
     if (written && !renamed)
         QFile::remove(manifest);
-    QFile::remove(SessionFolder::safePath(manifest));
+    if (renamed || written) {
+        QFile::remove(SessionFolder::safePath(manifest));
+        QFile::remove(SessionJournal::pathOf(manifest));
+    }
     return written;
 }
 
@@ -225,6 +281,13 @@ void SessionCache::forget(const Project& project)
         m_newest.erase(id);
     }
     QFile::remove(manifest);
+    {
+        const std::lock_guard locker(m_mutex);
+        if (const auto journal = m_journals.find(id); journal != m_journals.end()) {
+            journal->second.remove();
+            m_journals.erase(journal);
+        }
+    }
     QFile::remove(SessionFolder::safePath(manifest));
     m_sync->request(id, {{}, {}, m_generation});
 }

@@ -6,6 +6,7 @@
 #include "base/sessionfile.h"
 #include "model/project.h"
 #include "projectfiles/sessionfolder.h"
+#include "projectfiles/sessionjournal.h"
 #include "projectfiles/sessionsync.h"
 
 #include <chrono>
@@ -24,11 +25,13 @@
 // wait; a helper thread brings it to the disk at most every five seconds, as a copy beside it. So the death
 // of the program costs nothing, and a power cut the last five seconds.
 //
-// A file of samples that a layer has replaced stays as long as a manifest on the disk may name it.
+// A file of samples that a layer has replaced stays as long as a manifest on the disk may name it. Of what
+// an action changes in place a journal tells where the old samples are (SessionJournal), so that a recovery
+// finds each file as the last finished action left it.
 //
 // While the object lives it holds the lock of this session (property `sessionid`) in the session folder,
 // which tells other processes that what lies there is in use. One object at a time. GUI thread, but for
-// retire() and reclaim().
+// the calls of ISessionFileKeeper.
 class SessionCache final : public ISessionFileKeeper, private ISessionSyncOwner
 {
 public:
@@ -51,6 +54,8 @@ public:
     void retire(std::unique_ptr<RetiredFile> file) override;
     // Brings the manifests to the disk at once, so that files that only older ones name can go.
     void reclaim() override;
+    bool guard(const GuardedPart& part) override;
+    void imageMoved(const QString& from, const QString& to, int64_t by) override;
 
     // For tests: files that wait for a manifest without them.
     [[nodiscard]] int retiredFiles();
@@ -62,8 +67,10 @@ private:
 
     [[nodiscard]] uint64_t idOf(const Project& project);
     [[nodiscard]] bool isNamed(const QString& name) const;
+    [[nodiscard]] bool isNamedBy(uint64_t id, const QString& name) const;
     void name(uint64_t id, const QSet<QString>& files);
     [[nodiscard]] std::optional<QByteArray> manifestOf(uint64_t id, uint64_t generation) override;
+    [[nodiscard]] QStringList undoFiles(uint64_t id) override;
     [[nodiscard]] bool place(uint64_t id, const QString& from, const QString& to) override;
     void safeOnDisk(uint64_t id, uint64_t generation) override;
     [[nodiscard]] Files takeUnnamed();
@@ -76,8 +83,9 @@ private:
     uint64_t m_generation = 0;
 
     Mutex m_mutex;
-    std::map<uint64_t, Generations> m_named; // guarded by m_mutex; by project
-    std::map<uint64_t, uint64_t> m_newest;   // guarded by m_mutex; generation of each open project
-    Files m_retired;                         // guarded by m_mutex
-    std::unique_ptr<SessionSync> m_sync;     // its thread is the first to end
+    std::map<uint64_t, Generations> m_named;       // guarded by m_mutex; by project
+    std::map<uint64_t, uint64_t> m_newest;         // guarded by m_mutex; generation of each open project
+    std::map<uint64_t, SessionJournal> m_journals; // guarded by m_mutex; of each open project
+    Files m_retired;                               // guarded by m_mutex
+    std::unique_ptr<SessionSync> m_sync;           // its thread is the first to end
 };

@@ -33,7 +33,8 @@ QRegularExpression whole(const QString& pattern)
 QRegularExpressionMatch matchManifest(const QString& name)
 {
     // The extension is that of the running edition.
-    const QString pattern = QStringLiteral("session_(.+)_project_[0-9a-f]{1,16}\\.%1(?:\\.safe)?(?:\\.new)?");
+    const QString pattern =
+        QStringLiteral("session_(.+)_project_[0-9a-f]{1,16}\\.%1(?:\\.safe|\\.undo)?(?:\\.new)?");
     return whole(pattern.arg(QRegularExpression::escape(extension()))).match(name);
 }
 

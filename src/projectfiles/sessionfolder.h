@@ -19,8 +19,8 @@ public:
     enum class Kind {
         Foreign,  // none of ours
         Samples,  // layer(<hex><hex>).pcm
-        Manifest, // session_<session>_project_<hex>.<backupextension>; also with ".safe" behind it, and with
-                  // ".new", as it is written
+        Manifest, // session_<session>_project_<hex>.<backupextension>; also with ".safe" or ".undo" behind
+                  // it, and with ".new", as it is written
         Lock,     // session_<session>.lock
         Wave,     // <layer> (<number>).wav, on its way to an external editor
     };

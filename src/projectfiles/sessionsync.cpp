@@ -3,6 +3,7 @@
 #include "base/platform.h"
 #include "projectfiles/sessionfolder.h"
 
+#include <algorithm>
 #include <mutex>
 
 #include <QDebug>
@@ -18,6 +19,11 @@ bool syncPath(const QString& path)
     if (descriptor < 0)
         return !QFile::exists(path);
     return file.open(descriptor, QFile::ReadOnly, QFile::AutoCloseHandle) && platform::syncFile(descriptor);
+}
+
+bool syncAll(const QStringList& paths)
+{
+    return std::all_of(paths.begin(), paths.end(), syncPath);
 }
 
 bool writeSynced(const QString& path, const QByteArray& bytes)
@@ -96,9 +102,10 @@ SessionSync::Outcome SessionSync::makeSafe(uint64_t project, const Job& job)
     const std::optional<QByteArray> content = m_owner.manifestOf(project, job.generation);
     if (!content)
         return Outcome::Outdated;
-    for (const QString& path : job.samples)
-        if (!syncPath(path))
-            return Outcome::Failed;
+    // An action may be in work: the old samples before the new ones that take their place, and once more
+    // what was noted meanwhile.
+    if (!syncAll(m_owner.undoFiles(project)) || !syncAll(job.samples) || !syncAll(m_owner.undoFiles(project)))
+        return Outcome::Failed;
     const QString safe = SessionFolder::safePath(job.manifest);
     const QString fresh = safe + QLatin1String(".new");
     if (!writeSynced(fresh, *content))

@@ -21,6 +21,8 @@ public:
     virtual ~ISessionSyncOwner() = default;
     // The manifest of that generation; nothing when a newer one has been begun, or the project is closed.
     [[nodiscard]] virtual std::optional<QByteArray> manifestOf(uint64_t project, uint64_t generation) = 0;
+    // Full paths of what tells how to come back to the manifest when the samples are newer than it.
+    [[nodiscard]] virtual QStringList undoFiles(uint64_t project) = 0;
     // Renames the file unless the project has been closed; then it is removed, and the answer is false.
     [[nodiscard]] virtual bool place(uint64_t project, const QString& from, const QString& to) = 0;
     // That generation of that project is on the disk.

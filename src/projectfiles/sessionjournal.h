@@ -1,0 +1,72 @@
+// What lets a recovery take an action back that was in work when the program died.
+#pragma once
+
+#include "base/sessionfile.h"
+
+#include <cstdint>
+#include <list>
+
+#include <QFile>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+// The session's manifest names sample files, and an edit changes samples where they lie. Before it does,
+// the old samples are in another file of the session (the layer's before-image); the journal of the
+// project, a text file beside the manifest, tells which part of which file stands where. An entry counts
+// from the manifest of its generation on, which is the one that was there when the entry was made: applied
+// last to first, all entries of that generation and later ones bring the files back to what that manifest
+// names.
+//
+// Each line ends with a line feed and begins with a check sum, so what a death has cut off does not count;
+// the samples of that line have not been changed then.
+//
+// One thread at a time.
+class SessionJournal
+{
+public:
+    explicit SessionJournal(const QString& manifest) : m_path(pathOf(manifest)) {}
+    SessionJournal(const SessionJournal&) = delete;
+    SessionJournal& operator=(const SessionJournal&) = delete;
+
+    // False when the line could not be written; nothing is noted then.
+    [[nodiscard]] bool add(uint64_t generation, const GuardedPart& part);
+    // See ISessionFileKeeper.
+    void imageMoved(const QString& from, const QString& to, int64_t by);
+    // A manifest of that generation is safe on the disk: nobody goes back further.
+    void forgetBefore(uint64_t generation);
+    void remove();
+
+    // Whether a file holds old samples that a recovery may need.
+    [[nodiscard]] bool names(const QString& image) const { return m_images.contains(image); }
+    [[nodiscard]] QSet<QString> images() const { return m_images; }
+    [[nodiscard]] const QString& path() const { return m_path; }
+    [[nodiscard]] static QString pathOf(const QString& manifest) { return manifest + QLatin1String(".undo"); }
+
+    // The generation that a manifest tells in its first element; 0 for none.
+    [[nodiscard]] static uint64_t generationOf(const QString& manifest);
+    // Brings the sample files in the manifest's folder to what it names. May be done any number of times,
+    // as long as nobody has changed them since. What could not be brought back, a line each.
+    [[nodiscard]] static QStringList rollBack(const QString& manifest);
+
+private:
+    struct Entry
+    {
+        uint64_t generation;
+        GuardedPart part;
+    };
+
+    void note(const Entry& entry);
+    void noteMove(const QString& from, const QString& to, int64_t by);
+    void collectImages();
+    [[nodiscard]] bool append(const QByteArray& line);
+    void rewrite();
+    void load();
+    bool parse(const QByteArray& line);
+
+    QString m_path;
+    QFile m_file; // open for writing once there has been an entry
+    int64_t m_bytes = 0;
+    std::list<Entry> m_entries; // in order
+    QSet<QString> m_images;
+};
