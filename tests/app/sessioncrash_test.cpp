@@ -78,6 +78,18 @@ TEST_F(SessionCrash, killNineBringsBackTheLastActionWhicheverItWas)
     EXPECT_TRUE(last.words("box").isEmpty()) << "everything was closed: " << last.text();
 }
 
+TEST_F(SessionCrash, anActionThatWasTakenBackForLackOfRoomIsNotRecovered)
+{
+    QStringList states;
+    const auto process = startAndWait(
+        QStringLiteral("first"),
+        {QStringLiteral("open:@a.ramp"), QStringLiteral("edit:5"), QStringLiteral("reject")}, states);
+    EXPECT_EQ(states[2], states[1]) << "it was not taken back";
+    killNow(*process);
+    const VictimRun next = home.run(QStringLiteral("next"), {QStringLiteral("recover")});
+    EXPECT_EQ(next.states(), QStringList{states[1]}) << next.text();
+}
+
 TEST_F(SessionCrash, aSecondInstanceNeverOffersRemovesOrAgesALiveSessionsFiles)
 {
     QStringList states;

@@ -2,9 +2,12 @@
 // so that tests can kill it anywhere. Needs no display.
 //
 //   sessionvictim <session id> <command>...
-//   open:<file>    import:<file>    a recording of the suffix "ramp", its contents a number: a new tab, or a
-//                                   layer of the one in front
+//   open:<file>    import:<file>    a recording of the suffix "ramp", its contents a number, and perhaps how
+//                                   many parts of 10000 samples: a new tab, or a layer of the one in front
 //   edit:<value>   insert   crop   mark   undo   redo      actions on the first layer in front
+//   scatter:<value>  writes at many places, backwards and forwards     grow:<value>  writes behind the end
+//   reject         an action that the history takes back for lack of room
+//   shrink         cuts the end off            cut:<start>    of 20 seconds in the middle of the band
 //   duplicate      the project in front
 //   format:<rate>  resamples the project in front, through the dialog
 //   save:<file>    the project in front, by suffix; prints "saved <state>"
@@ -13,12 +16,16 @@
 //   ask:<answer>   a start that answers Yes, No or Reset
 //   close          all tabs, without asking
 //   wait           until it is killed
+//   pause:<ms>     lets time pass
+//   rescue:<file>  nothing, but when a command has failed it is edited further and saved there; prints
+//                  "rescued" then
 // Prints "begin", and after each command "done <state>": a state is a hash of everything that the
 // document in each tab holds. Boxes and warnings of the log are printed; boxes are answered by their
 // default button.
 #include "app/propertiesloader.h"
 #include "base/faults.h"
 #include "base/platform.h"
+#include "editing/datamanager.h"
 #include "model/history.h"
 #include "plugins/ifileplugin.h"
 #include "projectfiles/projectbinary.h"
@@ -37,7 +44,9 @@
 #include <QCryptographicHash>
 #include <QDialog>
 #include <QDoubleSpinBox>
+#include <QEventLoop>
 #include <QFile>
+#include <QPainterPath>
 #include <QTimer>
 
 namespace {
@@ -64,7 +73,9 @@ public:
         QFile file(path);
         if (!file.open(QFile::ReadOnly))
             return false;
-        const float first = file.readAll().trimmed().toFloat();
+        const QList<QByteArray> words = file.readAll().trimmed().split(' ');
+        const float first = words[0].toFloat();
+        const int parts = words.size() > 1 ? words[1].toInt() : 5;
         ImportInfo info;
         info.format.sampleType = 1;
         info.format.sampleRate = 8000;
@@ -73,7 +84,7 @@ public:
         if (!sink.begin(info))
             return false;
         std::vector<float> block(10000);
-        for (int part = 0; part < 5; ++part) {
+        for (int part = 0; part < parts; ++part) {
             for (std::size_t i = 0; i < block.size(); ++i)
                 block[i] = first + float(part * 10000 + int(i));
             if (!sink.samples(block.data(), int64_t(block.size())))
@@ -129,7 +140,14 @@ QByteArray stateOf(const QList<ProjectPtr>& projects)
 class Victim
 {
 public:
-    Victim() { m_tabs.setFilePlugins({&m_plugin}); }
+    Victim()
+    {
+        m_tabs.setFilePlugins({&m_plugin});
+        QObject::connect(&m_history, &History::storageFailed,
+                         [this](const QString& words) { m_refused = words; });
+    }
+    // When a command has failed.
+    void rescue(const QStringList& words);
     // False for what it does not know, or could not do.
     bool run(const QString& command, const QString& argument);
     [[nodiscard]] QByteArray state() const
@@ -149,6 +167,9 @@ private:
                    : nullptr;
     }
     bool act(const QString& command, float value);
+    static void record(const QString& name);
+    bool reject();
+    bool cut(double start);
     bool save(const QString& path);
     bool changeFormat(double rate);
     static bool read(const QString& path);
@@ -156,6 +177,8 @@ private:
     RampPlugin m_plugin;
     ProjectTabs m_tabs;
     History m_history;
+    DataManager m_data{nullptr};
+    QString m_refused; // by the history, for lack of room
 };
 
 bool Victim::act(const QString& command, float value)
@@ -163,9 +186,18 @@ bool Victim::act(const QString& command, float value)
     const LayerPtr target = layer();
     if (!target)
         return false;
+    const std::vector<float> samples(20000, value);
     if (command == QLatin1String("edit")) {
-        const std::vector<float> samples(20000, value);
         target->write(samples.data(), {100, 20000}, -1, true);
+    } else if (command == QLatin1String("scatter")) {
+        for (const int block : {5, 2, 8, 6, 0, 3, 5})
+            target->write(samples.data(), {block * Layer::backupBlock + 60000, 20000}, -1, true);
+    } else if (command == QLatin1String("grow")) {
+        target->write(samples.data(), {target->dataRange().end() - 500, 20000}, -1, true);
+    } else if (command == QLatin1String("shrink")) {
+        target->setRange({target->dataRange().start, target->dataRange().length - 70000});
+    } else if (command == QLatin1String("cut")) {
+        return cut(value);
     } else if (command == QLatin1String("insert")) {
         target->insertTime({1000, 30000});
     } else if (command == QLatin1String("crop")) {
@@ -174,10 +206,52 @@ bool Victim::act(const QString& command, float value)
         return false;
     }
     postEvent(nullptr, EventId::LayerContentUpdate, ILayerPtr(target), nullptr);
+    m_refused.clear();
+    record(command);
+    if (m_refused.isEmpty())
+        return true;
+    std::printf("refused %s\n", m_refused.toUtf8().constData());
+    return false;
+}
+
+void Victim::record(const QString& name)
+{
     HistoryEntry entry;
-    entry.name = command;
+    entry.name = name;
     postEvent(nullptr, EventId::HistoryRecord, entry, nullptr);
+}
+
+// Half of the edit finds no room, and a marker has been set.
+bool Victim::reject()
+{
+    const LayerPtr target = layer();
+    target->insertTime({700, 5000});
+    const QVariant folder = QCoreApplication::instance()->property("sessionpath");
+    QCoreApplication::instance()->setProperty("sessionpath", QStringLiteral("/nowhere"));
+    target->insertTime({1000, 5000});
+    QCoreApplication::instance()->setProperty("sessionpath", folder);
+    MarkerList markers = m_tabs.currentProject()->markerList();
+    markers << Marker{1, 4711, 0, "rejected"};
+    postEvent(nullptr, EventId::MarkerListChange, markers, nullptr);
+    postEvent(nullptr, EventId::LayerContentUpdate, ILayerPtr(target), nullptr);
+    record(QStringLiteral("reject"));
     return true;
+}
+
+bool Victim::cut(double start)
+{
+    const ProjectPtr project = m_tabs.currentProject();
+    const double rate = project->format().sampleRate;
+    project->setActiveLayer(layer());
+    postEvent<ILayerPtr>(nullptr, EventId::LayerActivate, layer(), nullptr);
+    QPainterPath path;
+    path.addRect(start, rate / 8, 20 * rate, rate / 4);
+    Selection selection;
+    selection.add(path, 0, 0, false);
+    postEvent(nullptr, EventId::SelectionChange, selection, nullptr);
+    const int states = m_history.states().size();
+    m_data.cut();
+    return m_history.states().size() == states + 1;
 }
 
 bool Victim::save(const QString& path)
@@ -216,6 +290,15 @@ bool Victim::read(const QString& path)
     return true;
 }
 
+void Victim::rescue(const QStringList& words)
+{
+    const QString key = QStringLiteral("rescue:");
+    const auto word =
+        std::find_if(words.begin(), words.end(), [&](const QString& w) { return w.startsWith(key); });
+    if (word != words.end() && m_tabs.count() > 0 && save(word->mid(key.size())))
+        std::puts("rescued");
+}
+
 bool Victim::run(const QString& command, const QString& argument)
 {
     if (command == QLatin1String("open"))
@@ -230,6 +313,8 @@ bool Victim::run(const QString& command, const QString& argument)
         return m_tabs.duplicateProject();
     if (command == QLatin1String("format"))
         return changeFormat(argument.toDouble());
+    if (command == QLatin1String("reject"))
+        return reject();
     if (command == QLatin1String("save"))
         return save(argument);
     if (command == QLatin1String("read"))
@@ -246,6 +331,14 @@ bool Victim::run(const QString& command, const QString& argument)
     if (command == QLatin1String("close")) {
         while (m_tabs.count() > 0 && m_tabs.close(0, true)) {
         }
+        return true;
+    }
+    if (command == QLatin1String("rescue"))
+        return true;
+    if (command == QLatin1String("pause")) {
+        QEventLoop loop;
+        QTimer::singleShot(argument.toInt(), &loop, &QEventLoop::quit);
+        loop.exec();
         return true;
     }
     if (command == QLatin1String("wait"))
@@ -275,6 +368,7 @@ int main(int argc, char** argv)
         const QString command = colon < 0 ? word : word.left(colon);
         if (!victim.run(command, colon < 0 ? QString() : word.mid(colon + 1))) {
             std::printf("cannot %s\n", word.toUtf8().constData());
+            victim.rescue(words);
             return 1;
         }
         QCoreApplication::processEvents();

@@ -44,6 +44,7 @@ public:
     explicit VictimHome(const QString& folder = testsupport::makeFolder(QStringLiteral("victim")),
                         bool isNew = true)
         : m_folder(folder),
+          m_targets(folder + QStringLiteral("/targets")),
           m_environment(QProcessEnvironment::systemEnvironment())
     {
         for (const char* home : {"RUNTIME_DIR", "CACHE_HOME", "CONFIG_HOME", "STATE_HOME", "DATA_HOME"}) {
@@ -54,11 +55,21 @@ public:
         if (!isNew)
             return;
         EXPECT_TRUE(platform::makePrivateFolder(targets()));
-        writeFile(QStringLiteral("a.ramp"), "1");
-        writeFile(QStringLiteral("b.ramp"), "100000");
+        writeRecordings();
     }
     // Where recordings lie and projects are saved.
-    [[nodiscard]] QString targets() const { return m_folder + QStringLiteral("/targets"); }
+    [[nodiscard]] QString targets() const { return m_targets; }
+    // Another place for sessions, or for recordings and projects.
+    void moveSessions(const QString& folder)
+    {
+        m_environment.insert(QStringLiteral("XDG_CACHE_HOME"), folder);
+    }
+    void moveTargets(const QString& folder)
+    {
+        m_targets = folder;
+        EXPECT_TRUE(platform::makePrivateFolder(folder));
+        writeRecordings();
+    }
     [[nodiscard]] const QString& folder() const { return m_folder; }
     // "open:@a.ramp" means that file in targets().
     [[nodiscard]] QStringList command(const QString& session, const QStringList& commands) const
@@ -102,9 +113,10 @@ public:
         run.exitCode = process.exitCode();
         return run;
     }
+    [[nodiscard]] const QProcessEnvironment& environment() const { return m_environment; }
     [[nodiscard]] QString sessionFolder() const
     {
-        return m_folder + QStringLiteral("/CACHE_HOME/Morvane/Morvane");
+        return m_environment.value(QStringLiteral("XDG_CACHE_HOME")) + QStringLiteral("/Morvane/Morvane");
     }
     void writeFile(const QString& name, const QByteArray& bytes) const
     {
@@ -114,6 +126,14 @@ public:
     }
 
 private:
+    void writeRecordings() const
+    {
+        writeFile(QStringLiteral("a.ramp"), "1");
+        writeFile(QStringLiteral("b.ramp"), "100000");
+        writeFile(QStringLiteral("c.ramp"), "1 62");
+    }
+
     QString m_folder;
+    QString m_targets;
     QProcessEnvironment m_environment;
 };

@@ -2,9 +2,11 @@
 #include "projectfiles/sessioncache.h"
 
 #include "base/platform.h"
+#include "model/layerregion.h"
 #include "model/modeltest.h"
 #include "projectfiles/projecttest.h"
 #include "projectfiles/projectxml.h"
+#include "projectfiles/sessionjournal.h"
 #include "support/testsupport.h"
 
 #include <gtest/gtest.h>
@@ -76,7 +78,33 @@ protected:
         project.reset();
         delete cache;
         cache = nullptr;
+        QFile::remove(dead);
+        QFile::remove(SessionJournal::pathOf(dead));
         ASSERT_TRUE(QFile::rename(manifest(1), dead));
+        ASSERT_TRUE(!QFile::exists(journal()) || QFile::rename(journal(), SessionJournal::pathOf(dead)));
+    }
+    [[nodiscard]] QString journal() const { return SessionJournal::pathOf(manifest(1)); }
+    // What the recovery of the dead session gives; nothing may be told as damaged.
+    static std::vector<float> recovered(const QString& from)
+    {
+        EXPECT_EQ(SessionJournal::rollBack(from), QStringList());
+        const ProjectReadResult read = readProjectXml(from, SampleFiles::Reference, {});
+        EXPECT_TRUE(read.project && read.damage.isEmpty());
+        const LayerPtr layer = firstLayer(*read.project);
+        layer->keepFile();
+        return dataOf(*layer);
+    }
+    // Backwards and forwards, a block each.
+    static void scatter(Layer& layer, float value)
+    {
+        const std::vector<float> samples(1000, value);
+        for (const int block : {2, 1, 3, 0, 2})
+            ASSERT_TRUE(layer.write(samples.data(), {block * Layer::backupBlock + 65000, 1000}, -1, true));
+    }
+    void commit(SessionCache& cache, const Project& project)
+    {
+        ASSERT_FALSE(firstLayer(project)->commitRecord().isEmpty());
+        ASSERT_TRUE(cache.write(project));
     }
 
     const QString folder = testsupport::makeFolder(QStringLiteral("session"));
@@ -218,7 +246,261 @@ TEST_F(SessionCacheTest, whatNoManifestNamesIsRemovedAtOnce)
     ASSERT_TRUE(layer->write(zeros.data(), {50, 1000}, -1, true));
     EXPECT_EQ(sampleFiles(), 2) << "the before-image";
     layer->resetBackup(0);
-    EXPECT_EQ(sampleFiles(), 1) << "no manifest names an undo image";
+    EXPECT_EQ(sampleFiles(), 2) << "the samples have been changed since the manifest";
+    ASSERT_TRUE(cache.write(*project));
+    cache.reclaim();
+    EXPECT_EQ(sampleFiles(), 1) << "the new manifest is on the disk, and names no undo image";
+    EXPECT_EQ(contentOf(journal()), QByteArray());
+}
+
+// --- actions in work -------------------------------------------------------------------------------
+
+TEST_F(SessionCacheTest, anActionInWorkIsTakenBack)
+{
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(300000));
+    ASSERT_TRUE(cache->write(*project));
+    scatter(*firstLayer(*project), 7);
+    ASSERT_NE(dataOf(*firstLayer(*project)), ramp(300000));
+    crash(cache, project);
+    EXPECT_EQ(recovered(dead), ramp(300000));
+    EXPECT_EQ(recovered(dead), ramp(300000)) << "a recovery that died is done again";
+}
+
+TEST_F(SessionCacheTest, aFinishedActionIsNotTakenBack)
+{
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(300000));
+    ASSERT_TRUE(cache->write(*project));
+    scatter(*firstLayer(*project), 7);
+    commit(*cache, *project);
+    const std::vector<float> after = dataOf(*firstLayer(*project));
+    scatter(*firstLayer(*project), 8);
+    crash(cache, project);
+    EXPECT_EQ(recovered(dead), after);
+}
+
+TEST_F(SessionCacheTest, anUndoInWorkIsTakenBackAndARedoToo)
+{
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(300000));
+    LayerPtr layer = firstLayer(*project);
+    ASSERT_TRUE(cache->write(*project));
+    scatter(*layer, 7);
+    LayerRecord first = layer->commitRecord();
+    const std::vector<float> one = dataOf(*layer);
+    const std::vector<float> tail(500, 3.0f);
+    ASSERT_TRUE(layer->write(tail.data(), {299900, 500}, -1, true)); // grows
+    LayerRecord second = layer->commitRecord();
+    const std::vector<float> two = dataOf(*layer);
+    ASSERT_TRUE(cache->write(*project));
+    layer->applyRecord(second, 0);
+    ASSERT_EQ(dataOf(*layer), one);
+    layer->applyRecord(first, 0);
+    ASSERT_EQ(dataOf(*layer), ramp(300000));
+    const QString file = layer->filePath();
+    {
+        // As a death at this moment leaves it.
+        const QString twin = testsupport::makeFolder(QStringLiteral("twin"));
+        for (const QString& name : QDir(folder).entryList(QDir::Files))
+            ASSERT_TRUE(QFile::copy(folder + QLatin1Char('/') + name, twin + QLatin1Char('/') + name));
+        QCoreApplication::instance()->setProperty("sessionpath", twin);
+        EXPECT_EQ(recovered(twin + QStringLiteral("/") + QFileInfo(manifest(1)).fileName()), two);
+        QCoreApplication::instance()->setProperty("sessionpath", folder);
+    }
+    ASSERT_TRUE(cache->write(*project));
+    layer->applyRecord(first, 1);
+    layer->applyRecord(second, 1);
+    ASSERT_EQ(dataOf(*layer), two);
+    EXPECT_EQ(layer->filePath(), file) << "all of it in one file";
+    layer.reset(); // a dead program holds nothing
+    first = second = {};
+    crash(cache, project);
+    EXPECT_EQ(recovered(dead), ramp(300000));
+}
+
+TEST_F(SessionCacheTest, whatALayerHasGrownOrLostSinceTheManifestIsTakenBack)
+{
+    for (const bool grows : {true, false}) {
+        auto* cache = new SessionCache(never);
+        ProjectPtr project = projectOf(ramp(300000));
+        ASSERT_TRUE(cache->write(*project));
+        const std::vector<float> more(1000, 1.0f);
+        if (grows)
+            EXPECT_TRUE(firstLayer(*project)->append(more.data(), 1000));
+        else
+            firstLayer(*project)->setRange({0, 1000});
+        crash(cache, project);
+        EXPECT_EQ(recovered(dead), ramp(300000)) << grows;
+    }
+}
+
+TEST_F(SessionCacheTest, behindAPowerCutSeveralActionsAreTakenBack)
+{
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(300000));
+    writeAndSync(*cache, *project);
+    const QString safe = manifest(1) + QStringLiteral(".safe");
+    const QByteArray first = contentOf(safe);
+    for (int i = 0; i < 4; ++i) {
+        scatter(*firstLayer(*project), float(i));
+        commit(*cache, *project);
+        if (i == 1)
+            firstLayer(*project)->applyRecord(firstLayer(*project)->records().last(), 0);
+    }
+    ASSERT_EQ(contentOf(safe), first);
+    scatter(*firstLayer(*project), 99);
+    crash(cache, project);
+    ASSERT_TRUE(QFile::remove(dead) && QFile::rename(safe, dead));
+    EXPECT_EQ(recovered(dead), ramp(300000));
+}
+
+TEST_F(SessionCacheTest, aJournalThatIsCutOffCountsAsFarAsItGoes)
+{
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(300000));
+    ASSERT_TRUE(cache->write(*project));
+    const std::vector<float> samples(10, 7.0f);
+    ASSERT_TRUE(firstLayer(*project)->write(samples.data(), {10, 10}, -1, true));
+    const QByteArray whole = contentOf(journal());
+    EXPECT_EQ(whole.count('\n'), 1);
+    crash(cache, project);
+    for (const QByteArray& behind : {whole.left(whole.size() - 1), whole.left(9), QByteArray(1000, '\0'),
+                                     QByteArray("0000 part 1 layer(12).pcm 8 0 layer(34).pcm 0 8\n")}) {
+        writeFile(SessionJournal::pathOf(dead), whole + behind);
+        EXPECT_EQ(recovered(dead), ramp(300000));
+    }
+    writeFile(SessionJournal::pathOf(dead), whole.left(whole.size() - 1));
+    EXPECT_NE(recovered(dead), std::vector<float>()); // and nothing worse
+}
+
+TEST_F(SessionCacheTest, aJournalReachesNothingButSessionFiles)
+{
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(1000));
+    ASSERT_TRUE(cache->write(*project));
+    const QString sample = QFileInfo(firstLayer(*project)->filePath()).fileName();
+    crash(cache, project);
+    const QString outside =
+        testsupport::makeFolder(QStringLiteral("outside")) + QStringLiteral("/layer(1f).pcm");
+    writeFile(outside, "the user's");
+    ASSERT_TRUE(QFile::link(outside, folder + QStringLiteral("/layer(2f).pcm")));
+    const auto entry = [](const QByteArray& text) {
+        const QByteArray sum = QByteArray::number(qChecksum(text.constData(), uint(text.size())), 16);
+        return sum.rightJustified(4, '0') + ' ' + text + '\n';
+    };
+    const QByteArray own = sample.toLatin1();
+    int told = 0;
+    for (const QByteArray& text :
+         {"part 1 layer(2f).pcm 100 0 " + own + " 0 100", "part 1 ../outside/x.pcm 100 0 " + own + " 0 100",
+          "part 1 /etc/passwd 100 0 " + own + " 0 100", "part 1 " + own + " 4000 0 layer(2f).pcm 0 10",
+          "part 1 " + own + " 9000000000000000 0 - 0 0", "part 1 " + own + " 4000 3990 layer(3f).pcm 0 100",
+          "part 1 " + own + " 4000 -4 " + own + " 0 4", QByteArray("move layer(2f).pcm /etc/passwd 4"),
+          "part 1 " + own + " 4000 0 " + own + " 9223372036854775807 4"}) {
+        writeFile(SessionJournal::pathOf(dead), entry(text));
+        told += SessionJournal::rollBack(dead).size();
+        EXPECT_EQ(contentOf(outside), "the user's") << text.constData();
+    }
+    EXPECT_EQ(told, 3) << "a link as file, a link as image, and a length that no disk has";
+    ASSERT_TRUE(QFile::remove(SessionJournal::pathOf(dead)));
+    EXPECT_EQ(recovered(dead), ramp(1000));
+}
+
+TEST_F(SessionCacheTest, whereOldSamplesCannotBeNotedNothingIsChanged)
+{
+    SessionCache cache(never);
+    const ProjectPtr project = projectOf(ramp(300000));
+    ASSERT_TRUE(cache.write(*project));
+    ASSERT_TRUE(QDir().mkpath(journal() + QStringLiteral("/x")));
+    const LayerPtr layer = firstLayer(*project);
+    const std::vector<float> samples(1000, 7.0f);
+    QString words;
+    for (int again = 0; again < 2; ++again) {
+        EXPECT_FALSE(layer->write(samples.data(), {100000, 1000}, -1, true));
+        EXPECT_TRUE(layer->takeStorageError(&words));
+        EXPECT_TRUE(words.contains(QFileInfo(journal()).fileName())) << words.toStdString();
+        EXPECT_EQ(dataOf(*layer), ramp(300000));
+    }
+    ASSERT_TRUE(QDir(journal()).removeRecursively());
+    EXPECT_TRUE(layer->write(samples.data(), {100000, 1000}, -1, true));
+    EXPECT_NE(dataOf(*layer), ramp(300000));
+}
+
+TEST_F(SessionCacheTest, theJournalHoldsNoMoreThanARecoveryNeeds)
+{
+    SessionCache cache(never);
+    const ProjectPtr project = projectOf(ramp(300000));
+    ASSERT_TRUE(cache.write(*project));
+    for (int i = 0; i < 20; ++i) {
+        scatter(*firstLayer(*project), float(i));
+        commit(cache, *project);
+    }
+    EXPECT_GT(contentOf(journal()).size(), 0);
+    QFile::remove(manifest(1) + QStringLiteral(".safe"));
+    firstLayer(*project)->insertTime({10, 500}); // something to reclaim
+    ASSERT_TRUE(cache.write(*project));
+    cache.reclaim();
+    EXPECT_EQ(contentOf(journal()), QByteArray());
+    cache.forget(*project);
+    EXPECT_FALSE(QFile::exists(journal()));
+}
+
+// --- regions ---------------------------------------------------------------------------------------
+
+TEST_F(SessionCacheTest, regionsComeBackAsLayersOfTheStretchThatTheyShow)
+{
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(1000)); // a source in the tree
+    LayerPtr source = firstLayer(*project);
+    LayerPtr hidden = layerOf(realFormat(), ramp(500, 100), 2000);
+    QList<LayerRegionPtr> regions = {
+        LayerRegion::create(source, 50, 10, 20),       // from 70
+        LayerRegion::create(source, 50, 200, 900),     // beyond its end
+        LayerRegion::create(source, 30, 40, -40),      // before its start
+        LayerRegion::create(source, -5, 20, 5),        // begins before time 0
+        LayerRegion::create(source, 0, 10, 5000),      // shows nothing
+        LayerRegion::create(hidden, 7, 100, 2000 - 7), // of a source outside the tree
+    };
+    for (const LayerRegionPtr& region : regions)
+        project->layers()->appendChildLayer(region);
+    QList<std::pair<Range, std::vector<float>>> shown;
+    for (const LayerRegionPtr& region : regions) {
+        const Range span = region->range().intersected({0, 100000});
+        std::vector<float> samples(std::size_t(span.length), 9.0f);
+        region->read(samples.data(), span, -1, true);
+        shown << std::pair(span, samples);
+    }
+    ASSERT_TRUE(cache->write(*project));
+    // An edit in work, through a region.
+    const std::vector<float> noise(10, 1e6f);
+    ASSERT_TRUE(regions[0]->write(noise.data(), {50, 10}, -1, true));
+    const int count = regions.size();
+    hidden->keepFile();
+    source.reset(); // a dead program holds nothing
+    hidden.reset();
+    regions.clear();
+    crash(cache, project);
+    EXPECT_EQ(SessionJournal::rollBack(dead), QStringList());
+    cache = new SessionCache(never);
+    for (int again = 0; again < 2; ++again) {
+        const ProjectReadResult read =
+            readProjectXml(again == 0 ? dead : manifest(1), SampleFiles::Reference, {});
+        ASSERT_TRUE(read.project);
+        EXPECT_EQ(read.damage, QStringList());
+        const QList<ILayerPtr> layers = read.project->layers()->children(ChildrenDirect);
+        ASSERT_EQ(layers.size(), 1 + count);
+        for (int i = 0; i < shown.size(); ++i) {
+            const auto layer = std::dynamic_pointer_cast<Layer>(layers[i + 1]);
+            EXPECT_EQ(layer->type(), LayerTypeLayer);
+            EXPECT_EQ(layer->dataRange(), shown[i].first) << i;
+            EXPECT_EQ(dataOf(*layer), shown[i].second) << i;
+        }
+        EXPECT_EQ(dataOf(*firstLayer(*read.project)), ramp(1000)) << "its own file";
+        // Layers with files of their own from here on.
+        ASSERT_TRUE(again == 1 || cache->takeOver(*read.project, dead));
+        cache->leave(*read.project);
+    }
+    delete cache;
 }
 
 TEST_F(SessionCacheTest, aManifestThatCannotBeWrittenLeavesTheOneBeforeAndItsFiles)

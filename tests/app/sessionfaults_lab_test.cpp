@@ -1,0 +1,163 @@
+// System calls that fail, full disks and targets that cannot be written, in the midst of edits and saves.
+#include "promises.h"
+#include "support/smalldisk.h"
+
+#include <sys/mount.h>
+
+using namespace promises;
+
+namespace {
+
+const Scenario scenario = {
+    {QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"), QStringLiteral("save:@song.mvx"),
+     QStringLiteral("close")},
+    {QStringLiteral("open:@c.ramp"), QStringLiteral("scatter:3"), QStringLiteral("save:@song.mvp"),
+     QStringLiteral("cut:100000"), QStringLiteral("undo"), QStringLiteral("insert"),
+     QStringLiteral("import:@b.ramp"), QStringLiteral("grow:5"), QStringLiteral("save:@song.mvx"),
+     QStringLiteral("scatter:6"), QStringLiteral("save:@song.mvp")}};
+
+constexpr int64_t megabyte = 1 << 20;
+constexpr int64_t headroom = 64 * megabyte; // stays free on the disk of a session
+
+class SessionFaults : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        static int argc = 1;
+        static char name[] = "test";
+        static char* argv[] = {name, nullptr};
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    }
+    // Runs the scenario; a failure must have told file and cause, and the document must go elsewhere.
+    static int runTold(const VictimHome& home, const QStringList& strace, Aftermath& aftermath)
+    {
+        const QString elsewhere = home.folder() + QStringLiteral("/DATA_HOME/rescued.mvp");
+        const VictimRun run =
+            home.run(QStringLiteral("faulty"),
+                     scenario.commands + QStringList{QStringLiteral("rescue:") + elsewhere}, strace);
+        EXPECT_FALSE(run.killed) << run.text();
+        const QStringList told = run.words("box") + run.words("warning") + run.words("refused");
+        const bool failed = run.exitCode != 0;
+        if (failed) {
+            EXPECT_TRUE(std::any_of(told.begin(), told.end(), [](const QString& text) {
+                return text.contains(QLatin1Char('/'));
+            })) << run.text();
+            if (!run.states().isEmpty()) { // there is a document
+                EXPECT_TRUE(run.lines.contains(QStringLiteral("rescued"))) << run.text();
+                EXPECT_TRUE(QFile::exists(elsewhere));
+            }
+        }
+        aftermath.backupFailed = std::any_of(told.begin(), told.end(), [](const QString& text) {
+            return text.contains(QLatin1String("no session backup"));
+        });
+        const int done = run.states().size();
+        return failed ? done : std::min(done, int(scenario.commands.size()));
+    }
+
+    std::unique_ptr<QCoreApplication> application;
+};
+
+// Which error a call may give.
+QString errorOf(const QString& call, int i)
+{
+    if (call == QLatin1String("mmap") || call == QLatin1String("mremap"))
+        return QStringLiteral("ENOMEM");
+    if (call.contains(QLatin1String("sync")))
+        return QStringLiteral("EIO");
+    return i % 2 == 0 ? QStringLiteral("ENOSPC") : QStringLiteral("EIO");
+}
+
+} // namespace
+
+TEST_F(SessionFaults, aSystemCallThatFailsBreaksNoPromise)
+{
+    const Reference reference = measure(scenario);
+    ASSERT_FALSE(HasFailure());
+    const bool all = qgetenv("MORVANE_KILL_POINTS") == "all";
+    const QList<Point> points = sample(reference.points, all ? reference.points.size() : 24);
+    int i = 0, failed = 0;
+    for (const Point& point : points) {
+        if (point.call == QLatin1String("flock"))
+            continue; // fails for those who come second only
+        const QString fault = point.fault(QStringLiteral("error=") + errorOf(point.call, i++));
+        SCOPED_TRACE(fault.toStdString());
+        const auto home = prepare(scenario);
+        Aftermath aftermath;
+        const int finished =
+            runTold(*home,
+                    {QStringLiteral("-f"), QStringLiteral("-qq"), QStringLiteral("-o"),
+                     QStringLiteral("/dev/null"), QStringLiteral("-e"), QStringLiteral("trace=") + point.call,
+                     QStringLiteral("-e"), QStringLiteral("inject=") + fault},
+                    aftermath);
+        failed += finished < scenario.commands.size();
+        expectPromises(*home, scenario, reference, finished, aftermath);
+        QDir(home->folder()).removeRecursively();
+    }
+    std::printf("[ figure   ] %d calls failed, and with them %d commands\n", i, failed);
+    EXPECT_GE(failed, 3) << "the faults do not reach the program";
+}
+
+TEST_F(SessionFaults, aFullDiskOnTheSideOfTheSessionBreaksNoPromise)
+{
+    const Reference reference = measure(scenario);
+    ASSERT_FALSE(HasFailure());
+    std::set<int> stops;
+    for (int left = 0; left <= 26; left += 2) { // MB that the session may still take
+        SCOPED_TRACE(left);
+        const testsupport::SmallDisk disk;
+        auto fresh = std::make_unique<VictimHome>();
+        fresh->moveSessions(disk.path);
+        const auto home = prepare(scenario, nullptr, std::move(fresh));
+        disk.fill(headroom + left * megabyte);
+        Aftermath aftermath;
+        aftermath.mend = [&] { EXPECT_TRUE(QFile::remove(disk.path + QStringLiteral("/filler"))); };
+        const int finished = runTold(*home, {}, aftermath);
+        EXPECT_FALSE(aftermath.backupFailed) << "the reserve is for it";
+        stops.insert(finished);
+        expectPromises(*home, scenario, reference, finished, aftermath);
+        QDir(home->folder()).removeRecursively();
+    }
+    std::printf("[ figure   ] the disk was full behind %d different commands\n", int(stops.size()));
+    EXPECT_GE(stops.size(), 4u);
+}
+
+TEST_F(SessionFaults, aFullDiskOnTheSideOfTheTargetBreaksNoPromise)
+{
+    const Reference reference = measure(scenario);
+    ASSERT_FALSE(HasFailure());
+    std::set<int> stops;
+    for (const int64_t left : {0, 1, 2000, 100000, 1000000, 2400000, 2500000, 2700000, 5000000, 9000000}) {
+        SCOPED_TRACE(left);
+        const testsupport::SmallDisk disk;
+        auto fresh = std::make_unique<VictimHome>();
+        fresh->moveTargets(disk.path + QStringLiteral("/t"));
+        const auto home = prepare(scenario, nullptr, std::move(fresh));
+        disk.fill(left);
+        Aftermath aftermath;
+        aftermath.mend = [&] { EXPECT_TRUE(QFile::remove(disk.path + QStringLiteral("/filler"))); };
+        const int finished = runTold(*home, {}, aftermath);
+        stops.insert(finished);
+        expectPromises(*home, scenario, reference, finished, aftermath);
+        QDir(home->folder()).removeRecursively();
+    }
+    std::printf("[ figure   ] the disk was full behind %d different commands\n", int(stops.size()));
+    EXPECT_GE(stops.size(), 3u);
+}
+
+TEST_F(SessionFaults, aTargetThatCannotBeWrittenBreaksNoPromise)
+{
+    const Reference reference = measure(scenario);
+    ASSERT_FALSE(HasFailure());
+    const testsupport::SmallDisk disk;
+    const QByteArray path = QFile::encodeName(disk.path);
+    auto fresh = std::make_unique<VictimHome>();
+    fresh->moveTargets(disk.path + QStringLiteral("/t"));
+    const auto home = prepare(scenario, nullptr, std::move(fresh));
+    ASSERT_EQ(mount(nullptr, path, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    Aftermath aftermath;
+    aftermath.mend = [&] { EXPECT_EQ(mount(nullptr, path, nullptr, MS_REMOUNT, nullptr), 0); };
+    const int finished = runTold(*home, {}, aftermath);
+    EXPECT_EQ(finished, 2) << "up to the first save";
+    expectPromises(*home, scenario, reference, finished, aftermath);
+}
