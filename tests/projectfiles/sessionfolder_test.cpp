@@ -112,7 +112,7 @@ TEST_F(SessionFolderTest, onlyNamesThatThisProgramMakesAreItsOwn)
     EXPECT_EQ(manifest, QStringLiteral("session_Morvane 2026.11.21-16.59.24.123_project_1a.mvx"));
     EXPECT_EQ(SessionFolder::kindOf(manifest), Kind::Manifest);
     EXPECT_EQ(SessionFolder::sessionOf(manifest), session);
-    for (const char* suffix : {".new", ".safe", ".safe.new"})
+    for (const char* suffix : {".new", ".safe", ".safe.new", ".undo", ".undo.new"})
         EXPECT_EQ(SessionFolder::kindOf(manifest + QLatin1String(suffix)), Kind::Manifest) << suffix;
     EXPECT_EQ(SessionFolder::kindOf(QFileInfo(folder.lockPath(session)).fileName()), Kind::Lock);
     EXPECT_EQ(SessionFolder::kindOf(QStringLiteral("Layer 1 (65535).wav")), Kind::Wave);
