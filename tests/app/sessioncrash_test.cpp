@@ -94,7 +94,19 @@ TEST_F(SessionCrash, aSecondInstanceNeverOffersRemovesOrAgesALiveSessionsFiles)
 {
     QStringList states;
     const auto process = startAndWait(QStringLiteral("live"), work, states);
-    const QStringList before = files();
+    // Until its own helper has brought everything to the disk, and cleared away what is then not needed.
+    const QString journal = home.sessionFolder() + QStringLiteral("/session_live_project_1.mvx.undo");
+    ASSERT_TRUE(testsupport::waitFor(
+        [&] { return QFileInfo::exists(journal) && QFileInfo(journal).size() == 0; }, 30000));
+    QStringList before;
+    QElapsedTimer still;
+    ASSERT_TRUE(testsupport::waitFor([&] {
+        if (const QStringList now = files(); now != before) {
+            before = now;
+            still.start();
+        }
+        return still.elapsed() > 300;
+    }));
     EXPECT_GE(before.size(), 4) << "lock, manifest, samples, undo images";
     for (const QString& name : before) {
         const time_t then = time(nullptr) - 40 * 86400;
