@@ -56,6 +56,8 @@ SessionCache::~SessionCache()
 {
     if (!m_sync)
         return;
+    if (!m_ids.isEmpty())
+        m_sync->flush(); // nobody will do it later
     SessionFile::setKeeper(nullptr);
     m_sync.reset();
     // Closed projects: their manifests are gone, and once that is on the disk so may be the samples.
@@ -66,7 +68,8 @@ SessionCache::~SessionCache()
             if (isNamedBy(id, file->name()))
                 file->keep();
     m_retired.clear();
-    if (m_lock)
+    // For what stays it tells in which life of the machine this was.
+    if (m_lock && m_ids.isEmpty())
         m_lock->remove();
 }
 

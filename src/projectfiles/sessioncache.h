@@ -36,7 +36,8 @@ class SessionCache final : public ISessionFileKeeper, private ISessionSyncOwner
 {
 public:
     explicit SessionCache(std::chrono::milliseconds interval = std::chrono::seconds(5));
-    // Projects that were not closed stay on the disk with their manifests, as after a crash.
+    // Projects that were not closed stay on the disk with their manifests and the lock file, as after a
+    // crash. Waits for the disk then.
     ~SessionCache() override;
 
     [[nodiscard]] const SessionFolder& folder() const { return m_folder; }

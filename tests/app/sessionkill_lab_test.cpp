@@ -187,20 +187,19 @@ TEST_F(SessionKill, inAChangeOfFormatAndADuplicate)
 // nothing of what the system still had in memory.
 TEST_F(SessionKill, aPowerCutCostsAtMostTheLastFiveSeconds)
 {
-    const QStringList work = {
-        QStringLiteral("open:@c.ramp"), QStringLiteral("scatter:3"),      QStringLiteral("cut:100000"),
-        QStringLiteral("undo"),         QStringLiteral("import:@b.ramp"), QStringLiteral("insert"),
-        QStringLiteral("scatter:4"),    QStringLiteral("undo"),           QStringLiteral("redo"),
-        QStringLiteral("crop"),         QStringLiteral("edit:7"),         QStringLiteral("insert")};
-    QStringList commands; // the program is at work for longer than a sync waits
+    QStringList work{QStringLiteral("open:@c.ramp")};
+    for (int i = 1; i <= 12; ++i)
+        work << QStringLiteral("scatter:%1").arg(i) << QStringLiteral("edit:%1").arg(i)
+             << QStringLiteral("undo") << QStringLiteral("insert") << QStringLiteral("undo");
+    QStringList commands; // the program is at work all the time
     for (const QString& word : work)
-        commands << word << QStringLiteral("pause:1000");
+        commands << word << QStringLiteral("pause:700");
     const QStringList states = VictimHome().run(QStringLiteral("reference"), work).states();
     ASSERT_EQ(states.size(), work.size());
     const QString folder = testsupport::makeFolder(QStringLiteral("power"));
     const QString disk = folder + QStringLiteral("/disk"), cut = folder + QStringLiteral("/cut");
     const Mounted live(disk, folder + QStringLiteral("/live"),
-                       QStringLiteral("truncate -s 240M %1; mkfs.ext4 -q %1"));
+                       QStringLiteral("truncate -s 400M %1; mkfs.ext4 -q %1"));
     const VictimHome home(live.path() + QStringLiteral("/home"));
     QProcess process;
     home.start(process, QStringLiteral("first"), commands + QStringList{QStringLiteral("wait")});
@@ -244,9 +243,8 @@ TEST_F(SessionKill, aPowerCutCostsAtMostTheLastFiveSeconds)
         for (int i = std::max(safe + 1, open); i < times.size(); ++i)
             worst = std::max(worst, now - times[i]);
         EXPECT_LT(worst, safeAfter) << found.toStdString();
-    } while (!HasFailure() && found != states.last() && clock.elapsed() < 90000);
-    EXPECT_EQ(found, states.last());
-    EXPECT_GE(cuts, 5);
+    } while (!HasFailure() && cuts < 8 && found != states.last() && clock.elapsed() < 120000);
+    EXPECT_TRUE(states.contains(found)) << "nothing was ever safe";
     std::printf(
         "[ figure   ] %d cuts (and %d copies overtaken by a write); an action was at most %d ms old and "
         "not safe\n",

@@ -94,6 +94,17 @@ protected:
         layer->keepFile();
         return dataOf(*layer);
     }
+    // The same in a folder that is as a death at this moment would leave it.
+    [[nodiscard]] std::vector<float> recoveredNow(const QString& from) const
+    {
+        const QString twin = testsupport::makeFolder(QStringLiteral("twin"));
+        for (const QString& name : QDir(folder).entryList(QDir::Files))
+            EXPECT_TRUE(QFile::copy(folder + QLatin1Char('/') + name, twin + QLatin1Char('/') + name));
+        QCoreApplication::instance()->setProperty("sessionpath", twin);
+        const std::vector<float> samples = recovered(twin + QLatin1Char('/') + QFileInfo(from).fileName());
+        QCoreApplication::instance()->setProperty("sessionpath", folder);
+        return samples;
+    }
     // Backwards and forwards, a block each.
     static void scatter(Layer& layer, float value)
     {
@@ -299,15 +310,7 @@ TEST_F(SessionCacheTest, anUndoInWorkIsTakenBackAndARedoToo)
     layer->applyRecord(first, 0);
     ASSERT_EQ(dataOf(*layer), ramp(300000));
     const QString file = layer->filePath();
-    {
-        // As a death at this moment leaves it.
-        const QString twin = testsupport::makeFolder(QStringLiteral("twin"));
-        for (const QString& name : QDir(folder).entryList(QDir::Files))
-            ASSERT_TRUE(QFile::copy(folder + QLatin1Char('/') + name, twin + QLatin1Char('/') + name));
-        QCoreApplication::instance()->setProperty("sessionpath", twin);
-        EXPECT_EQ(recovered(twin + QStringLiteral("/") + QFileInfo(manifest(1)).fileName()), two);
-        QCoreApplication::instance()->setProperty("sessionpath", folder);
-    }
+    EXPECT_EQ(recoveredNow(manifest(1)), two);
     ASSERT_TRUE(cache->write(*project));
     layer->applyRecord(first, 1);
     layer->applyRecord(second, 1);
@@ -337,22 +340,21 @@ TEST_F(SessionCacheTest, whatALayerHasGrownOrLostSinceTheManifestIsTakenBack)
 
 TEST_F(SessionCacheTest, behindAPowerCutSeveralActionsAreTakenBack)
 {
-    auto* cache = new SessionCache(never);
-    ProjectPtr project = projectOf(ramp(300000));
-    writeAndSync(*cache, *project);
+    SessionCache cache(never);
+    const ProjectPtr project = projectOf(ramp(300000));
+    writeAndSync(cache, *project);
     const QString safe = manifest(1) + QStringLiteral(".safe");
     const QByteArray first = contentOf(safe);
     for (int i = 0; i < 4; ++i) {
         scatter(*firstLayer(*project), float(i));
-        commit(*cache, *project);
+        commit(cache, *project);
         if (i == 1)
             firstLayer(*project)->applyRecord(firstLayer(*project)->records().last(), 0);
     }
     ASSERT_EQ(contentOf(safe), first);
     scatter(*firstLayer(*project), 99);
-    crash(cache, project);
-    ASSERT_TRUE(QFile::remove(dead) && QFile::rename(safe, dead));
-    EXPECT_EQ(recovered(dead), ramp(300000));
+    ASSERT_TRUE(QFile::remove(manifest(1)) && QFile::rename(safe, manifest(1)));
+    EXPECT_EQ(recoveredNow(manifest(1)), ramp(300000));
 }
 
 TEST_F(SessionCacheTest, aJournalThatIsCutOffCountsAsFarAsItGoes)
@@ -561,6 +563,10 @@ TEST_F(SessionCacheTest, aProjectThatWasNotClosedIsThereForTheNextStart)
     }
     EXPECT_TRUE(QFile::exists(file));
     EXPECT_TRUE(QFile::exists(manifest(1)));
+    EXPECT_EQ(contentOf(manifest(1) + QStringLiteral(".safe")), contentOf(manifest(1)));
+    const QString lock = folder + QStringLiteral("/session_Morvane now.lock");
+    EXPECT_FALSE(FileLock::isHeld(lock));
+    EXPECT_EQ(FileLock::text(lock), platform::bootId()) << "or an older manifest would be taken";
     const ProjectReadResult read = readProjectXml(manifest(1), SampleFiles::Reference, {});
     ASSERT_TRUE(read.project);
     EXPECT_EQ(dataOf(*firstLayer(*read.project)), ramp(1000));
