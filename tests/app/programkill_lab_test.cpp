@@ -28,16 +28,9 @@ QByteArray wave(int frames, float first)
     return "RIFF" + number(quint32(body.size())) + body;
 }
 
-class ProgramKill : public testing::Test
+class ProgramKill : public VictimTest
 {
 protected:
-    void SetUp() override
-    {
-        static int argc = 1;
-        static char name[] = "test";
-        static char* argv[] = {name, nullptr};
-        application = std::make_unique<QCoreApplication>(argc, argv);
-    }
     static std::unique_ptr<VictimHome> makeHome()
     {
         auto home = std::make_unique<VictimHome>();
@@ -74,8 +67,6 @@ protected:
         return QDir(home.sessionFolder())
             .entryList({QStringLiteral("session_*_project_*.mvx")}, QDir::Files, QDir::Name);
     }
-
-    std::unique_ptr<QCoreApplication> application;
 };
 
 } // namespace

@@ -9,16 +9,9 @@
 
 namespace {
 
-class SessionCrash : public testing::Test
+class SessionCrash : public VictimTest
 {
 protected:
-    void SetUp() override
-    {
-        static int argc = 1;
-        static char name[] = "test";
-        static char* argv[] = {name, nullptr};
-        application = std::make_unique<QCoreApplication>(argc, argv);
-    }
     // Runs the commands, then waits; every state has been printed.
     std::unique_ptr<QProcess> startAndWait(const QString& session, const QStringList& commands,
                                            QStringList& states)
@@ -50,7 +43,6 @@ protected:
             .entryList({QStringLiteral("layer*"), QStringLiteral("session_*")}, QDir::Files, QDir::Name);
     }
 
-    std::unique_ptr<QCoreApplication> application;
     const VictimHome home;
 };
 

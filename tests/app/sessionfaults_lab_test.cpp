@@ -19,16 +19,9 @@ const Scenario scenario = {
 constexpr int64_t megabyte = 1 << 20;
 constexpr int64_t headroom = 64 * megabyte; // stays free on the disk of a session
 
-class SessionFaults : public testing::Test
+class SessionFaults : public VictimTest
 {
 protected:
-    void SetUp() override
-    {
-        static int argc = 1;
-        static char name[] = "test";
-        static char* argv[] = {name, nullptr};
-        application = std::make_unique<QCoreApplication>(argc, argv);
-    }
     // Runs the scenario; a failure must have told file and cause, and the document must go elsewhere.
     static int runTold(const VictimHome& home, const QStringList& strace, Aftermath& aftermath)
     {
@@ -54,8 +47,32 @@ protected:
         const int done = run.states().size();
         return failed ? done : std::min(done, int(scenario.commands.size()));
     }
-
-    std::unique_ptr<QCoreApplication> application;
+    // Full disks of which `left` bytes may still be taken, one after the other. Behind how many different
+    // commands they were full.
+    static int fillDisks(const QList<int64_t>& left,
+                         const std::function<void(VictimHome& home, const QString& disk)>& move)
+    {
+        const Reference reference = measure(scenario);
+        std::set<int> stops;
+        for (const int64_t bytes : left) {
+            SCOPED_TRACE(bytes);
+            const testsupport::SmallDisk disk;
+            auto fresh = std::make_unique<VictimHome>();
+            move(*fresh, disk.path);
+            const auto home = prepare(scenario, nullptr, std::move(fresh));
+            disk.fill(bytes);
+            Aftermath aftermath;
+            aftermath.mend = [&] { EXPECT_TRUE(QFile::remove(disk.path + QStringLiteral("/filler"))); };
+            const int finished = runTold(*home, {}, aftermath);
+            EXPECT_FALSE(aftermath.backupFailed) << "the reserve is for it";
+            stops.insert(finished);
+            expectPromises(*home, scenario, reference, finished, aftermath);
+            QDir(home->folder()).removeRecursively();
+        }
+        std::printf("[ figure   ] %d disks, full behind %d different commands\n", int(left.size()),
+                    int(stops.size()));
+        return int(stops.size());
+    }
 };
 
 // Which error a call may give.
@@ -100,49 +117,18 @@ TEST_F(SessionFaults, aSystemCallThatFailsBreaksNoPromise)
 
 TEST_F(SessionFaults, aFullDiskOnTheSideOfTheSessionBreaksNoPromise)
 {
-    const Reference reference = measure(scenario);
-    ASSERT_FALSE(HasFailure());
-    std::set<int> stops;
-    for (int left = 0; left <= 26; left += 2) { // MB that the session may still take
-        SCOPED_TRACE(left);
-        const testsupport::SmallDisk disk;
-        auto fresh = std::make_unique<VictimHome>();
-        fresh->moveSessions(disk.path);
-        const auto home = prepare(scenario, nullptr, std::move(fresh));
-        disk.fill(headroom + left * megabyte);
-        Aftermath aftermath;
-        aftermath.mend = [&] { EXPECT_TRUE(QFile::remove(disk.path + QStringLiteral("/filler"))); };
-        const int finished = runTold(*home, {}, aftermath);
-        EXPECT_FALSE(aftermath.backupFailed) << "the reserve is for it";
-        stops.insert(finished);
-        expectPromises(*home, scenario, reference, finished, aftermath);
-        QDir(home->folder()).removeRecursively();
-    }
-    std::printf("[ figure   ] the disk was full behind %d different commands\n", int(stops.size()));
-    EXPECT_GE(stops.size(), 4u);
+    QList<int64_t> left; // beyond the reserve
+    for (int megabytes = 0; megabytes <= 26; megabytes += 2)
+        left << headroom + megabytes * megabyte;
+    EXPECT_GE(fillDisks(left, [](VictimHome& home, const QString& disk) { home.moveSessions(disk); }), 4);
 }
 
 TEST_F(SessionFaults, aFullDiskOnTheSideOfTheTargetBreaksNoPromise)
 {
-    const Reference reference = measure(scenario);
-    ASSERT_FALSE(HasFailure());
-    std::set<int> stops;
-    for (const int64_t left : {0, 1, 2000, 100000, 1000000, 2400000, 2500000, 2700000, 5000000, 9000000}) {
-        SCOPED_TRACE(left);
-        const testsupport::SmallDisk disk;
-        auto fresh = std::make_unique<VictimHome>();
-        fresh->moveTargets(disk.path + QStringLiteral("/t"));
-        const auto home = prepare(scenario, nullptr, std::move(fresh));
-        disk.fill(left);
-        Aftermath aftermath;
-        aftermath.mend = [&] { EXPECT_TRUE(QFile::remove(disk.path + QStringLiteral("/filler"))); };
-        const int finished = runTold(*home, {}, aftermath);
-        stops.insert(finished);
-        expectPromises(*home, scenario, reference, finished, aftermath);
-        QDir(home->folder()).removeRecursively();
-    }
-    std::printf("[ figure   ] the disk was full behind %d different commands\n", int(stops.size()));
-    EXPECT_GE(stops.size(), 3u);
+    const QList<int64_t> left = {0, 1, 2000, 100000, 1000000, 2400000, 2500000, 2700000, 5000000, 9000000};
+    EXPECT_GE(fillDisks(left, [](VictimHome& home,
+                                 const QString& disk) { home.moveTargets(disk + QStringLiteral("/t")); }),
+              3);
 }
 
 TEST_F(SessionFaults, aTargetThatCannotBeWrittenBreaksNoPromise)

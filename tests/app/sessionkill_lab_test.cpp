@@ -77,16 +77,9 @@ private:
     QProcess& m_process;
 };
 
-class SessionKill : public testing::Test
+class SessionKill : public VictimTest
 {
 protected:
-    void SetUp() override
-    {
-        static int argc = 1;
-        static char name[] = "test";
-        static char* argv[] = {name, nullptr};
-        application = std::make_unique<QCoreApplication>(argc, argv);
-    }
     // Kills at `count` points, or at all that there are when MORVANE_KILL_POINTS says "all".
     static void killAll(const Scenario& scenario, int count)
     {
@@ -155,8 +148,6 @@ protected:
                     int(reached.size()));
         EXPECT_GE(reached.size(), 3u);
     }
-
-    std::unique_ptr<QCoreApplication> application;
 };
 
 } // namespace

@@ -137,3 +137,18 @@ private:
     QString m_targets;
     QProcessEnvironment m_environment;
 };
+
+// With what processes and folders need.
+class VictimTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        static int argc = 1;
+        static char name[] = "test";
+        static char* argv[] = {name, nullptr};
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    }
+
+    std::unique_ptr<QCoreApplication> application;
+};
