@@ -44,6 +44,7 @@ protected:
         aftermath.backupFailed = std::any_of(told.begin(), told.end(), [](const QString& text) {
             return text.contains(QLatin1String("no session backup"));
         });
+        aftermath.refused = failed;
         const int done = run.states().size();
         return failed ? done : std::min(done, int(scenario.commands.size()));
     }
