@@ -366,14 +366,20 @@ TEST_F(SessionCacheTest, aJournalThatIsCutOffCountsAsFarAsItGoes)
     ASSERT_TRUE(firstLayer(*project)->write(samples.data(), {10, 10}, -1, true));
     const QByteArray whole = contentOf(journal());
     EXPECT_EQ(whole.count('\n'), 1);
+    const QString file = firstLayer(*project)->filePath();
+    const std::vector<float> changed = dataOf(*firstLayer(*project));
     crash(cache, project);
+    const QByteArray bytes(reinterpret_cast<const char*>(changed.data()),
+                           int(changed.size() * sizeof(float)));
     for (const QByteArray& behind : {whole.left(whole.size() - 1), whole.left(9), QByteArray(1000, '\0'),
                                      QByteArray("0000 part 1 layer(12).pcm 8 0 layer(34).pcm 0 8\n")}) {
+        writeFile(file, bytes);
         writeFile(SessionJournal::pathOf(dead), whole + behind);
         EXPECT_EQ(recovered(dead), ramp(300000));
     }
+    writeFile(file, bytes);
     writeFile(SessionJournal::pathOf(dead), whole.left(whole.size() - 1));
-    EXPECT_NE(recovered(dead), std::vector<float>()); // and nothing worse
+    EXPECT_EQ(recovered(dead), changed) << "only a whole line counts";
 }
 
 TEST_F(SessionCacheTest, aJournalReachesNothingButSessionFiles)
