@@ -240,7 +240,7 @@ TEST_F(ProjectFlows, AFileDialogForSeveralAnswersInTheOrderThatItShows)
     filechooser::setChooser({});
     UserSettings().setValue(QStringLiteral("lastfolder"), m_folder);
     DialogScript script;
-    script.on("Open Project", [this](QDialog& dialog) {
+    script.on("Open Project", [](QDialog& dialog) {
         auto* name = dialog.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
         ASSERT_NE(name, nullptr);
         auto* view = dialog.findChild<QListView*>(QStringLiteral("listView"));
