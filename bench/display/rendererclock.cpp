@@ -73,6 +73,26 @@ __attribute__((visibility("default"))) void glXSwapBuffers(Display* display, GLX
     counted(totals.swaps, [&] { swap(display, drawable); });
 }
 
+// Flushes what the context before had to draw.
+__attribute__((visibility("default"))) Bool glXMakeCurrent(Display* display, GLXDrawable drawable,
+                                                           GLXContext context)
+{
+    static const auto make = real<Bool (*)(Display*, GLXDrawable, GLXContext)>("glXMakeCurrent");
+    Bool made = False;
+    counted(totals.flushes, [&] { made = make(display, drawable, context); });
+    return made;
+}
+
+__attribute__((visibility("default"))) Bool glXMakeContextCurrent(Display* display, GLXDrawable draw,
+                                                                  GLXDrawable read, GLXContext context)
+{
+    static const auto make =
+        real<Bool (*)(Display*, GLXDrawable, GLXDrawable, GLXContext)>("glXMakeContextCurrent");
+    Bool made = False;
+    counted(totals.flushes, [&] { made = make(display, draw, read, context); });
+    return made;
+}
+
 __attribute__((visibility("default"))) Address glXGetProcAddressARB(const GLubyte* name)
 {
     return addressOf(name);

@@ -1,4 +1,5 @@
-// The time that a program spends waiting for the renderer: inside glFlush, glFinish and the swap of buffers.
+// The time that a program spends waiting for the renderer: inside glFlush, glFinish, the change of contexts,
+// which flushes too, and the swap of buffers.
 //
 // With a software renderer that is where pictures are really drawn, so it must be told apart from the
 // program's own work. The functions of GLX that Qt's plug-in calls are found in the program itself first,
