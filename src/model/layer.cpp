@@ -580,56 +580,6 @@ void Layer::moveBy(int64_t samples)
     stampContent();
 }
 
-void Layer::insertTime(Range range)
-{
-    {
-        const WriteLocker locker(m_edit);
-        const Range data = m_store.range();
-        if (range.isEmpty() || data.isEmpty() || range.start >= data.end() ||
-            range.length > maxPosition - data.end())
-            return;
-        if (!keepForUndo(span(std::max(range.start, data.start), data.end() + range.length)))
-            return;
-        if (range.start <= data.start) {
-            m_store.shift(range.length);
-        } else if (!m_store.insertGap(range.start, range.length)) {
-            setStorageError();
-            return;
-        }
-    }
-    stampContent();
-}
-
-void Layer::deleteTime(Range range)
-{
-    const Range cut = clipped(range);
-    {
-        const WriteLocker locker(m_edit);
-        const Range data = m_store.range();
-        if (cut.isEmpty() || data.isEmpty() || cut.start >= data.end())
-            return;
-        if (!keepForUndo(span(cut.start, data.end())))
-            return;
-        if (cut.end() <= data.start) {
-            m_store.shift(-cut.length);
-        } else if (!m_store.removeSpan(cut)) {
-            setStorageError();
-            return;
-        }
-    }
-    stampContent();
-}
-
-void Layer::cropTo(Range range)
-{
-    {
-        const WriteLocker locker(m_edit);
-        if (!setSpan(m_store.range().intersected(clipped(range))))
-            return;
-    }
-    stampContent();
-}
-
 // --- copies ----------------------------------------------------------------------------------------
 
 LayerPtr Layer::copy(Range& range, bool withBackup) const
@@ -646,6 +596,24 @@ LayerPtr Layer::copy(Range& range, bool withBackup) const
             layer->m_store.copyFrom(m_store, range);
         }
     }
+    if (withBackup)
+        layer->startBackup();
+    return layer;
+}
+
+LayerPtr Layer::cloneInSteps(bool withBackup, const SampleStore::Work& goOn) const
+{
+    if (!goOn)
+        return clone(withBackup);
+    const LayerPtr layer = headerCopy(*this);
+    const int64_t before = m_contentTime;
+    const Range all = m_store.range();
+    if (!layer->m_store.resize(all)) {
+        setStorageError();
+        return nullptr;
+    }
+    if (!layer->m_store.fillFrom(m_store, {{all, all.start}}, goOn) || m_contentTime != before)
+        return nullptr;
     if (withBackup)
         layer->startBackup();
     return layer;

@@ -8,6 +8,10 @@
 
 #include <atomic>
 #include <memory>
+#include <vector>
+
+// The three changes of the time line, see ILayer's insertTime, deleteTime and cropTo.
+enum class TimeChangeKind { Insert, Delete, Crop };
 
 // What a new layer starts with.
 struct LayerHeader
@@ -142,6 +146,10 @@ public:
     // remix, and is none).
     [[nodiscard]] virtual bool needsResampling(const SamplingFormat& target, const Matrix& matrix) const;
 
+    // clone() with a look at a progress: null also when `goOn` (may be empty) says no, or when something is
+    // written meanwhile. No lock is held while it is asked.
+    [[nodiscard]] virtual LayerPtr cloneInSteps(bool withBackup, const SampleStore::Work& goOn) const;
+
     // --- ILayer ------------------------------------------------------------------------------------
 
     [[nodiscard]] int32_t type() const override { return LayerTypeLayer; }
@@ -274,6 +282,30 @@ protected:
     // files die when the caller no longer holds a lock.
     virtual void adoptFormat(const SamplingFormat& format, Conversion& conversion);
 
+    friend class TimeChange;
+    // What a change of the time line does here. In two halves too.
+    struct TimePlan
+    {
+        Range before;                             // the data that it was made for
+        Range after;                              // the data as it will be
+        Range touched;                            // what is other than before; empty: nothing
+        std::vector<SampleStore::Stretch> pieces; // for a file of its own; none: the samples are shifted
+        std::unique_ptr<SampleStore> samples;     // the new ones, then the old ones
+        bool stampsAlways = false;                // also when nothing changes
+        int64_t contentTime = 0;                  // of the samples that it was made for
+        [[nodiscard]] bool isChange() const { return !touched.isEmpty(); }
+    };
+    [[nodiscard]] TimePlan planTimeChange(TimeChangeKind kind, const Range& range) const;
+    // Bytes of samples that have to be moved.
+    [[nodiscard]] int64_t workOf(const TimePlan& plan) const;
+    // Keeps old samples for undo and makes the new ones, and changes nothing. False: no room (the storage
+    // error is set), or goOn() said no. No lock is held while it is asked.
+    [[nodiscard]] bool prepareTimeChange(TimePlan& plan, const SampleStore::Work& goOn);
+    // Puts it into effect. The samples must be those that it was made for.
+    void adoptTimeChange(TimePlan& plan);
+    // Gives up what was kept for a change that did not come.
+    void dropUnusedBackup();
+
     mutable ReadWriteLock m_edit; // shared by write(), exclusive for whatever changes span or undo state
     LayerPtr m_backup;            // guarded by m_edit
     Range m_backupRange;          // guarded by m_edit
@@ -282,6 +314,8 @@ protected:
 private:
     // Copies the old samples of `range` into the backup, as far as they are not there yet. With m_edit
     // held, shared or exclusively.
+    [[nodiscard]] bool keepOldSamples(const Range& range);
+    // The same for what is about to change.
     [[nodiscard]] bool keepForUndo(const Range& range);
     [[nodiscard]] bool growBackup(const Range& blocks);
     [[nodiscard]] bool guardForStep(const LayerRecord& record, int32_t direction) const;
@@ -289,6 +323,13 @@ private:
     [[nodiscard]] bool makeRoom(const Range& range);
     void markChanged(const Range& range);
     void mixIn(const ILayerPtr& source, const Range& range, float gain, bool overwrite);
+    void planInsertion(TimePlan& plan, const Range& range) const;
+    void planRemoval(TimePlan& plan, const Range& range) const;
+    void planCrop(TimePlan& plan, const Range& range) const;
+    [[nodiscard]] bool keepInParts(const Range& range, const SampleStore::Work& goOn); // without m_edit
+    [[nodiscard]] bool rearrange(TimePlan& plan, const SampleStore::Work& goOn) const;
+    void exchangeSamples(TimePlan& plan); // with m_edit held exclusively
+    void changeTime(TimeChangeKind kind, const Range& range);
     [[nodiscard]] bool setSpan(const Range& target); // setRange with m_edit held exclusively
     // All samples through `resampler`, in a store of `format` from `start` on; null without room (the
     // storage error is set), or when goOn() or the resampler says no. Without m_edit.

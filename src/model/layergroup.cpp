@@ -397,12 +397,19 @@ LayerPtr LayerGroup::copy(Range& range, bool withBackup) const
 
 LayerPtr LayerGroup::clone(bool withBackup) const
 {
+    return cloneInSteps(withBackup, {});
+}
+
+LayerPtr LayerGroup::cloneInSteps(bool withBackup, const SampleStore::Work& goOn) const
+{
     const auto group = std::make_shared<LayerGroup>(Key(), *this);
     QList<ILayerPtr> copies;
     for (const ILayerPtr& child : list()) {
-        const ILayerPtr childCopy = child->clone(withBackup);
+        const auto layer = std::dynamic_pointer_cast<Layer>(child);
+        const ILayerPtr childCopy = layer ? layer->cloneInSteps(withBackup, goOn) : child->clone(withBackup);
         if (!childCopy) {
-            setStorageError();
+            if (layer && layer->hasStorageError())
+                setStorageError();
             return nullptr;
         }
         copies << childCopy;

@@ -91,6 +91,7 @@ public:
     // A group of the same header with a copy of each child; null when one could not be made.
     LayerPtr copy(Range& range, bool withBackup) const override;
     [[nodiscard]] LayerPtr clone(bool withBackup) const override;
+    [[nodiscard]] LayerPtr cloneInSteps(bool withBackup, const SampleStore::Work& goOn) const override;
 
     LayerRecord commitRecord() override;
     void applyRecord(const LayerRecord& record, int32_t direction) override;

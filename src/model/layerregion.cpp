@@ -256,10 +256,16 @@ LayerPtr LayerRegion::copy(Range& range, bool withBackup) const
 
 LayerPtr LayerRegion::clone(bool withBackup) const
 {
+    return cloneInSteps(withBackup, {});
+}
+
+LayerPtr LayerRegion::cloneInSteps(bool withBackup, const SampleStore::Work& goOn) const
+{
     const LayerPtr shown = source();
-    const LayerPtr copied = shown->clone(withBackup);
+    const LayerPtr copied = shown->cloneInSteps(withBackup, goOn);
     if (!copied) {
-        setStorageError();
+        if (shown->hasStorageError())
+            setStorageError();
         return nullptr;
     }
     const LayerRegionPtr region = twin(copied);

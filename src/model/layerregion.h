@@ -75,6 +75,7 @@ public:
     // null when there is no room for that.
     LayerPtr copy(Range& range, bool withBackup) const override;
     [[nodiscard]] LayerPtr clone(bool withBackup) const override;
+    [[nodiscard]] LayerPtr cloneInSteps(bool withBackup, const SampleStore::Work& goOn) const override;
 
     LayerRecord commitRecord() override;
     void applyRecord(const LayerRecord& record, int32_t direction) override;

@@ -31,18 +31,32 @@ void Layer::markChanged(const Range& range)
     m_changedRange = m_changedRange.united(range);
 }
 
-bool Layer::keepForUndo(const Range& range)
+bool Layer::keepOldSamples(const Range& range)
 {
     if (!m_backup)
         return true;
     // Only data that existed when the backup began can be worth keeping.
     const Range blocks = widened(range).intersected(m_backupRange);
-    if (!blocks.isEmpty() && !growBackup(blocks)) {
-        setStorageError();
+    if (blocks.isEmpty() || growBackup(blocks))
+        return true;
+    setStorageError();
+    return false;
+}
+
+bool Layer::keepForUndo(const Range& range)
+{
+    if (!keepOldSamples(range))
         return false;
-    }
-    markChanged(range);
+    if (m_backup)
+        markChanged(range);
     return true;
+}
+
+void Layer::dropUnusedBackup()
+{
+    const WriteLocker locker(m_edit);
+    if (changedRange().isEmpty())
+        renewBackup();
 }
 
 // What the backup does not cover yet has not been changed yet, so it is copied from the data as it

@@ -18,7 +18,8 @@ namespace {
 constexpr int64_t firstReserve = 4LL << 20; // bytes
 constexpr int64_t maxReserve = 256LL << 20;
 
-constexpr int64_t copyChunk = 32768; // floats that stay in the cache on their way
+constexpr int64_t fillChunk = 4LL << 20; // bytes between two looks at the progress
+constexpr int64_t copyChunk = 32768;     // floats that stay in the cache on their way
 
 // Saturated: a size that no disk has is refused like any other that is too large.
 int64_t bytesOf(int64_t frames, int64_t frameBytes)
@@ -246,39 +247,6 @@ bool SampleStore::guard(const Range& range, const SampleStore& image) const
                          (part.start - image.m_start) * bytes);
 }
 
-bool SampleStore::insertGap(int64_t position, int64_t length)
-{
-    std::unique_ptr<SessionFile> file = newFile(m_length + length);
-    if (!file)
-        return false;
-    const int64_t bytes = m_format.frameBytes();
-    const int64_t head = position - m_start;
-    std::memcpy(file->data(), frame(0), std::size_t(head * bytes));
-    std::memcpy(file->data() + (head + length) * bytes, frame(head), std::size_t((m_length - head) * bytes));
-    exchange(std::move(file), {m_start, m_length + length});
-    return true;
-}
-
-bool SampleStore::removeSpan(const Range& span)
-{
-    const Range cut = span.intersected({m_start, m_length});
-    const int64_t remaining = m_length - cut.length;
-    if (remaining < 1) {
-        exchange(nullptr, {});
-        return true;
-    }
-    std::unique_ptr<SessionFile> file = newFile(remaining);
-    if (!file)
-        return false;
-    const int64_t bytes = m_format.frameBytes();
-    const int64_t head = cut.start - m_start;
-    std::memcpy(file->data(), frame(0), std::size_t(head * bytes));
-    std::memcpy(file->data() + head * bytes, frame(head + cut.length),
-                std::size_t((remaining - head) * bytes));
-    exchange(std::move(file), {std::min(m_start, span.start), remaining});
-    return true;
-}
-
 void SampleStore::shift(int64_t samples)
 {
     const WriteLocker locker(m_map);
@@ -299,6 +267,20 @@ void SampleStore::copyFrom(const SampleStore& source, const Range& range)
         source.read(buffer.data(), part, -1, true, 1.0f);
         store(buffer.data(), part, -1, true);
     }
+}
+
+bool SampleStore::fillFrom(const SampleStore& source, const std::vector<Stretch>& pieces, const Work& goOn)
+{
+    const int64_t frameBytes = m_format.frameBytes();
+    const int64_t chunk = std::max<int64_t>(1, fillChunk / frameBytes);
+    for (const Stretch& piece : pieces)
+        for (int64_t at = 0; at < piece.from.length; at += chunk) {
+            const Range part{piece.from.start + at, std::min(chunk, piece.from.length - at)};
+            source.read(frame(piece.to + at - m_start), part, -1, true, 1.0f);
+            if (goOn && !goOn(part.length * frameBytes))
+                return false;
+        }
+    return true;
 }
 
 bool SampleStore::convertFrom(const SampleStore& source, Resampler& resampler,

@@ -8,6 +8,7 @@
 #include <array>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include <QString>
 
@@ -72,14 +73,22 @@ public:
     // Before samples are changed in the file: those of `range` stand in `image` as they are here. An empty
     // range: only the length is going to change. False: that could not be noted, so nothing may be changed.
     [[nodiscard]] bool guard(const Range& range, const SampleStore& image) const;
-    // Opens a gap of `length` zeros at `position` inside the span; what lies behind moves up.
-    [[nodiscard]] bool insertGap(int64_t position, int64_t length);
-    // Takes `span`, which overlaps the data, out of the timeline; what lies behind moves down.
-    [[nodiscard]] bool removeSpan(const Range& span);
     // Moves the span. No sample moves.
     void shift(int64_t samples);
     // Samples of `source` in `range`, which must lie inside both spans. The formats must be alike.
     void copyFrom(const SampleStore& source, const Range& range);
+    // Sample points of a store and their place in another one.
+    struct Stretch
+    {
+        Range from;
+        int64_t to = 0;
+    };
+    // Told after so many bytes; false ends the work.
+    using Work = std::function<bool(int64_t bytes)>;
+    // Copies the pieces into this store, which nobody else knows yet and whose span holds them. The formats
+    // must be alike. False when `goOn` (may be empty) says no.
+    [[nodiscard]] bool fillFrom(const SampleStore& source, const std::vector<Stretch>& pieces,
+                                const Work& goOn);
     // Fills the span of this store, which nobody else knows yet, with all samples of `source` as
     // `resampler` converts them. `goOn` (may be empty) is asked every few blocks. False when it answers
     // no or the resampler does not make as many sample points; this store is then to be thrown away.

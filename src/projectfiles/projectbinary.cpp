@@ -4,7 +4,7 @@
 #include "projectfiles/projectfields.h"
 #include "projectfiles/recordids.h"
 #include "projectfiles/savedlayer.h"
-#include "projectfiles/worksteps.h"
+#include "model/worksteps.h"
 
 #include <cmath>
 #include <utility>

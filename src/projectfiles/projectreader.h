@@ -4,7 +4,7 @@
 #include "projectfiles/damagelist.h"
 #include "projectfiles/layerfactory.h"
 #include "projectfiles/projecttree.h"
-#include "projectfiles/worksteps.h"
+#include "model/worksteps.h"
 
 #include <optional>
 

@@ -5,7 +5,7 @@
 #include "projectfiles/projectfields.h"
 #include "projectfiles/savedlayer.h"
 #include "projectfiles/sidecars.h"
-#include "projectfiles/worksteps.h"
+#include "model/worksteps.h"
 #include "projectfiles/xmllimits.h"
 
 #include <algorithm>

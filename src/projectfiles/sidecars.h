@@ -2,7 +2,7 @@
 #pragma once
 
 #include "projectfiles/savedlayer.h"
-#include "projectfiles/worksteps.h"
+#include "model/worksteps.h"
 
 #include <QString>
 
