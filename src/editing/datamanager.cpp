@@ -10,6 +10,7 @@ DataManager::DataManager(QWidget* window)
       m_desk(this, window),
       m_clipboard(m_desk),
       m_selection(m_desk),
+      m_time(m_desk),
       m_tool(m_desk, this),
       m_process(m_desk)
 {

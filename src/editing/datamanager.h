@@ -5,6 +5,7 @@
 #include "editing/editdesk.h"
 #include "editing/processrunner.h"
 #include "editing/selectioncommands.h"
+#include "editing/timecommands.h"
 #include "editing/toolrunner.h"
 #include "model/events.h"
 
@@ -29,6 +30,7 @@ public:
     // For tests and for the neighbours that bring families of commands of their own.
     [[nodiscard]] EditDesk& desk() { return m_desk; }
     [[nodiscard]] ClipboardCommands& clipboardCommands() { return m_clipboard; }
+    [[nodiscard]] TimeCommands& timeCommands() { return m_time; }
 
 public Q_SLOTS:
     void del() { m_clipboard.del(); }
@@ -50,6 +52,9 @@ public Q_SLOTS:
     void fadeSelection() { modifySelection(true, true); }
     void loadSelection() { m_selection.load(); }
     void saveSelection() { m_selection.save(); }
+    void insertTime() { m_time.insertTime(); }
+    void deleteTime() { m_time.deleteTime(); }
+    void cropTime() { m_time.cropTime(); }
     // Hands the last state of the mouse to the active tool once more.
     void executeTool() { m_tool.execute(ToolRequested); }
     // The active tool has something begun that Return completes and Escape drops.
@@ -99,6 +104,7 @@ private:
     EditDesk m_desk;
     ClipboardCommands m_clipboard;
     SelectionCommands m_selection;
+    TimeCommands m_time;
     ToolRunner m_tool;
     ProcessRunner m_process;
 };

@@ -111,3 +111,31 @@ private:
     std::deque<Step> m_steps;
     QDialog* m_acting = nullptr; // in whose step we are
 };
+
+// Cancels each progress dialog as soon as it is shown.
+class ProgressCanceller : public QObject
+{
+public:
+    // `meanwhile` is called while the command is in work.
+    explicit ProgressCanceller(std::function<void()> meanwhile = {}) : m_meanwhile(std::move(meanwhile))
+    {
+        QCoreApplication::instance()->installEventFilter(this);
+    }
+    [[nodiscard]] const QStringList& labels() const { return m_labels; }
+
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        auto* dialog = event->type() == QEvent::Show ? qobject_cast<QProgressDialog*>(object) : nullptr;
+        if (dialog) {
+            m_labels << dialog->labelText();
+            if (m_meanwhile)
+                m_meanwhile();
+            dialog->cancel();
+        }
+        return false;
+    }
+
+private:
+    std::function<void()> m_meanwhile;
+    QStringList m_labels;
+};
