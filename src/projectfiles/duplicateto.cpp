@@ -1,5 +1,6 @@
 #include "projectfiles/duplicateto.h"
 
+#include "model/layercopy.h"
 #include "projectfiles/newproject.h"
 #include "projectfiles/progressbox.h"
 #include "projectfiles/projectdefaults.h"
@@ -7,9 +8,12 @@
 
 #include <QCoreApplication>
 #include <QDebug>
+#include <QElapsedTimer>
 #include <QInputDialog>
 
 namespace {
+
+constexpr int64_t patience = 1000; // ms
 
 QString text(const char* source)
 {
@@ -59,17 +63,29 @@ int DuplicateTo::choose(const QList<ProjectPtr>& open) const
     return dialog.comboBoxItems().indexOf(dialog.textValue()) - 1;
 }
 
+LayerPtr DuplicateTo::copyActive(bool& cancelled, QString& words) const
+{
+    QElapsedTimer timer;
+    timer.start();
+    std::unique_ptr<ProgressBox> box; // a short copy does without
+    return copyInSteps(
+        m_project->activeLayer(),
+        [&](int done, int total) {
+            if (!box && timer.elapsed() >= patience)
+                box = std::make_unique<ProgressBox>(m_host.window, text("Duplicating..."));
+            cancelled = box && !(*box)(done, total);
+            return !cancelled;
+        },
+        &words);
+}
+
 ILayerPtr DuplicateTo::copyFor(const SamplingFormat& format) const
 {
-    const ILayerPtr active = m_project->activeLayer();
     QString words;
-    const LayerPtr copy = active->clone(true);
-    bool done = copy != nullptr;
     bool cancelled = false;
-    if (!copy) {
-        if (const auto source = std::dynamic_pointer_cast<Layer>(active))
-            source->takeStorageError(&words);
-    } else if (copy->format() != format) {
+    const LayerPtr copy = copyActive(cancelled, words);
+    bool done = copy != nullptr;
+    if (copy && copy->format() != format) {
         ProgressBox box(m_host.window, text("Resampling..."));
         done = copy->changeFormat(format, Matrix(), [&](int part, int total) {
             cancelled = !box(part, total);

@@ -26,6 +26,8 @@ public:
 
 private:
     [[nodiscard]] int choose(const QList<ProjectPtr>& open) const;
+    // Null when cancelled, or without room (`words`).
+    [[nodiscard]] LayerPtr copyActive(bool& cancelled, QString& words) const;
     [[nodiscard]] ILayerPtr copyFor(const SamplingFormat& format) const;
 
     const FlowHost& m_host;

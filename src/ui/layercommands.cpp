@@ -51,18 +51,11 @@ ILayerPtr newGroup(LayerRoot& root)
     return insertAboveActive(root, LayerGroup::create(root.format(), numbered(root, "Group", "noun")));
 }
 
-ILayerPtr duplicate(LayerRoot& root, QString* words)
+ILayerPtr addDuplicate(LayerRoot& root, const LayerPtr& copy)
 {
     const ILayerPtr active = root.layer(-1);
-    if (!groupOf(root, active))
+    if (!copy || !groupOf(root, active))
         return nullptr;
-    const LayerPtr copy = active->clone(true);
-    if (!copy) {
-        for (const ILayerPtr& source : QList<ILayerPtr>{active} + active->children(ChildrenAll))
-            if (const auto layer = std::dynamic_pointer_cast<Layer>(source))
-                layer->takeStorageError(words && words->isEmpty() ? words : nullptr);
-        return nullptr;
-    }
     copy->setName((active->name() + QStringLiteral(" (copy)")).toStdString());
     return insertAboveActive(root, copy);
 }

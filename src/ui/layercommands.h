@@ -3,8 +3,8 @@
 
 #include "model/layerroot.h"
 
-// Each changes the tree and returns the layer that is to become active; null when nothing has changed,
-// with the cause in `words` when it was a lack of room. The caller holds the document's lock for writing,
+// Each changes the tree and returns the layer that is to become active; null when nothing has changed. The
+// caller holds the document's lock for writing,
 // posts the events and records the step. "Active" is the active layer of `root`. GUI thread.
 namespace layercommands {
 
@@ -16,7 +16,8 @@ namespace layercommands {
 // Above the active one, or on top. The names are numbered, the colour is unset.
 ILayerPtr newLayer(LayerRoot& root);
 ILayerPtr newGroup(LayerRoot& root);
-ILayerPtr duplicate(LayerRoot& root, QString* words);
+// Puts a copy of the active layer above it, and names it after it.
+ILayerPtr addDuplicate(LayerRoot& root, const LayerPtr& copy);
 // The active layer leaves the tree; its neighbour becomes active, or the group that it leaves empty.
 ILayerPtr remove(LayerRoot& root);
 // Whether that would leave no layer at the top level.

@@ -1,8 +1,9 @@
 #include "ui/layerspanel.h"
 
+#include "editing/editdesk.h"
 #include "model/documentlock.h"
 #include "model/historyentry.h"
-#include "model/merge.h"
+#include "model/layercopy.h"
 #include "ui/layercommands.h"
 #include "ui/layerrow.h"
 #include "ui/panelbuttons.h"
@@ -184,18 +185,19 @@ bool LayersPanel::canMergeAll() const
 
 void LayersPanel::change(const Step& step, const Command& command)
 {
+    change(step, {}, command);
+}
+
+void LayersPanel::apply(const Step& step, const Command& command)
+{
     const Lists before = groupLists(*m_root);
-    QString words;
     ILayerPtr active;
     {
         const WriteLocker locker(documentLock());
-        active = command(&words);
+        active = command();
     }
-    if (!active) {
-        if (!words.isEmpty())
-            messages::critical(window(), step.name, step.failure, words);
+    if (!active)
         return;
-    }
     m_root->setActive(active);
     rebuild();
     const Lists after = groupLists(*m_root);
@@ -211,25 +213,47 @@ void LayersPanel::change(const Step& step, const Command& command)
     postEvent(this, EventId::HistoryRecord, entry, nullptr);
 }
 
+void LayersPanel::change(const Step& step, const Preparation& preparation, const Command& command)
+{
+    std::optional<EditDesk::Action> action;
+    if (m_desk && !action.emplace(*m_desk))
+        return;
+    QString words;
+    bool isReady = !preparation;
+    if (preparation) {
+        EditProgress progress(window(), step.name, m_patience);
+        isReady = preparation([&](int done, int total) { return progress(done, total); }, &words);
+    }
+    if (isReady)
+        apply(step, command);
+    else if (!words.isEmpty())
+        messages::critical(window(), step.name, step.failure, words);
+}
+
 void LayersPanel::newLayer()
 {
     if (canCreate())
-        change({tr("New Layer"), "newlayer", {}},
-               [this](QString*) { return layercommands::newLayer(*m_root); });
+        change({tr("New Layer"), "newlayer", {}}, [this] { return layercommands::newLayer(*m_root); });
 }
 
 void LayersPanel::newGroup()
 {
     if (canCreate())
-        change({tr("New Group"), "newgroup", {}},
-               [this](QString*) { return layercommands::newGroup(*m_root); });
+        change({tr("New Group"), "newgroup", {}}, [this] { return layercommands::newGroup(*m_root); });
 }
 
 void LayersPanel::duplicateActive()
 {
-    if (canActOnActive())
-        change({tr("Duplicate Layer"), "copy", tr("The layer could not be duplicated.")},
-               [this](QString* words) { return layercommands::duplicate(*m_root, words); });
+    if (!canActOnActive())
+        return;
+    LayerPtr copy;
+    change(
+        {tr("Duplicate Layer"), "copy", tr("The layer could not be duplicated.")},
+        [&](const Progress& progress, QString* words) {
+            copy = copyInSteps(active(), progress, words);
+            return copy != nullptr;
+        },
+        [&] { return layercommands::addDuplicate(*m_root, copy); });
 }
 
 void LayersPanel::deleteActive()
@@ -241,13 +265,13 @@ void LayersPanel::deleteActive()
         return;
     }
     change({isActiveAGroup() ? tr("Delete Group") : tr("Delete Layer"), "trash", {}},
-           [this](QString*) { return layercommands::remove(*m_root); });
+           [this] { return layercommands::remove(*m_root); });
 }
 
 void LayersPanel::group()
 {
     if (canActOnActive())
-        change({tr("Group"), "newgroup", {}}, [this](QString*) { return layercommands::group(*m_root); });
+        change({tr("Group"), "newgroup", {}}, [this] { return layercommands::group(*m_root); });
 }
 
 void LayersPanel::ungroup()
@@ -258,12 +282,15 @@ void LayersPanel::ungroup()
         messages::warning(window(), tr("Last Layer"), tr("You can't delete the last layer."));
         return;
     }
-    change({tr("Ungroup"), "menu", {}}, [this](QString*) { return layercommands::ungroup(*m_root); });
+    change({tr("Ungroup"), "menu", {}}, [this] { return layercommands::ungroup(*m_root); });
 }
 
-void LayersPanel::merge(const QString& name, const Command& command)
+void LayersPanel::merge(const QString& name, Merge merge)
 {
-    change({name, "menu", tr("The layers could not be merged.")}, command);
+    change(
+        {name, "menu", tr("The layers could not be merged.")},
+        [&](const Progress& progress, QString* words) { return merge.prepare(progress, words); },
+        [&] { return merge.apply(); });
 }
 
 void LayersPanel::mergeDownActive()
@@ -272,21 +299,21 @@ void LayersPanel::mergeDownActive()
         return;
     const auto group = std::dynamic_pointer_cast<LayerGroup>(active());
     if (group)
-        merge(tr("Merge Group"), [&](QString* words) { return ::mergeGroup(group, words); });
+        merge(tr("Merge Group"), Merge::ofGroup(group));
     else
-        merge(tr("Merge Down"), [this](QString* words) { return ::mergeDown(*m_root, active(), words); });
+        merge(tr("Merge Down"), Merge::down(*m_root, active()));
 }
 
 void LayersPanel::mergeVisible()
 {
     if (canMergeVisible())
-        merge(tr("Merge Visible"), [this](QString* words) { return ::mergeVisible(*m_root, words); });
+        merge(tr("Merge Visible"), Merge::visible(*m_root));
 }
 
 void LayersPanel::mergeAll()
 {
     if (canMergeAll())
-        merge(tr("Merge All"), [this](QString* words) { return ::mergeAll(*m_root, words); });
+        merge(tr("Merge All"), Merge::all(*m_root));
 }
 
 // --- moves ------------------------------------------------------------------------------------------
@@ -295,14 +322,14 @@ void LayersPanel::moveUp()
 {
     if (canActOnActive())
         change({isActiveAGroup() ? tr("Move Group") : tr("Move Layer"), "menu", {}},
-               [this](QString*) { return layercommands::moveBy(*m_root, active(), -1); });
+               [this] { return layercommands::moveBy(*m_root, active(), -1); });
 }
 
 void LayersPanel::moveDown()
 {
     if (canActOnActive())
         change({isActiveAGroup() ? tr("Move Group") : tr("Move Layer"), "menu", {}},
-               [this](QString*) { return layercommands::moveBy(*m_root, active(), 1); });
+               [this] { return layercommands::moveBy(*m_root, active(), 1); });
 }
 
 // Between two rows: before the lower one in its group. So the end of an open group is reached through
@@ -321,7 +348,7 @@ void LayersPanel::moveDropped(QListWidgetItem* target, QListWidgetItem*, QListWi
         place = int(group->children(ChildrenDirect).size());
     }
     change({isActiveAGroup() ? tr("Move Group") : tr("Move Layer"), "menu", {}},
-           [&](QString*) { return layercommands::move(*m_root, active(), group, place); });
+           [&] { return layercommands::move(*m_root, active(), group, place); });
 }
 
 // --- properties -------------------------------------------------------------------------------------

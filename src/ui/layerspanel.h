@@ -1,8 +1,10 @@
 // The dock panel with the layers of the project in front.
 #pragma once
 
+#include "editing/editprogress.h"
 #include "model/events.h"
 #include "model/layerroot.h"
+#include "model/merge.h"
 
 #include <QHash>
 #include <QWidget>
@@ -11,6 +13,7 @@
 #include <memory>
 #include <optional>
 
+class EditDesk;
 class LayerRow;
 class QAction;
 class QListWidgetExt;
@@ -24,9 +27,10 @@ class QToolButton;
 // layer active.
 //
 // A structural command holds the document's lock while it changes the tree, then tells what has changed and
-// records a step. Mute, solo, phase, volume, colour and name are written at once and are no steps. Without
-// a project, and where a host manages the layers (property `externalmanagement`), structural commands do
-// nothing and say nothing. GUI thread.
+// records a step. What takes its time (a copy, a mix) is made before that, with a progress. Mute, solo,
+// phase, volume, colour and name are written at once and are no steps. Without a project, and where a host
+// manages the layers (property `externalmanagement`), structural commands do nothing and say nothing. GUI
+// thread.
 class LayersPanel : public QWidget, public IEvent
 {
     Q_OBJECT
@@ -42,6 +46,10 @@ public:
     [[nodiscard]] bool canMergeVisible() const;
     [[nodiscard]] bool canMergeAll() const;
     [[nodiscard]] bool isActiveAGroup() const;
+    // Commands count as some of the desk's: one in work keeps all others out.
+    void setDesk(EditDesk& desk) { m_desk = &desk; }
+    // How long a command takes before its progress shows, in ms. For tests.
+    void setPatience(int64_t milliseconds) { m_patience = milliseconds; }
     // Rows without pictures.
     void setCompact(bool compact);
     // What a press of the right button offers: only entries that do something now.
@@ -91,13 +99,19 @@ private:
         const char* icon;
         QString failure; // what a box says when there was no room
     };
-    using Command = std::function<ILayerPtr(QString* words)>;
+    // Changes the tree and returns the layer that is to become active; null when nothing has changed.
+    using Command = std::function<ILayerPtr()>;
+    // Reads and computes what a command needs, in its own time. False: cancelled, or no room (`words`).
+    using Preparation = std::function<bool(const Progress& progress, QString* words)>;
 
     QWidget* makeControls();
     QMenu* makePanelMenu();
     [[nodiscard]] ILayerPtr active() const { return m_root ? m_root->layer(-1) : nullptr; }
+    // Nothing while another command is in work.
     void change(const Step& step, const Command& command);
-    void merge(const QString& name, const Command& command);
+    void change(const Step& step, const Preparation& preparation, const Command& command);
+    void apply(const Step& step, const Command& command);
+    void merge(const QString& name, Merge merge);
     void setProperty(const ILayerPtr& layer, const std::function<void(ILayer&)>& write);
     void setName(const ILayerPtr& layer, const QString& name);
     void setOpen(const ILayerPtr& layer, bool open);
@@ -110,6 +124,8 @@ private:
     void addRow(const ILayerPtr& layer);
     void showActive();
 
+    EditDesk* m_desk = nullptr; // outlives the panel's use
+    int64_t m_patience = EditProgress::patience;
     std::optional<LayerRoot> m_root;
     bool m_hasProject = false;
     bool m_compact = false;

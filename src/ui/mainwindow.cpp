@@ -89,6 +89,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     buildCentral();
     buildPanels();
     m_data = new DataManager(this);
+    m_layersPanel->setDesk(m_data->desk());
     m_recent = new RecentFiles(tr("Open &Recent"), this, this);
     m_actions = new ActionTable(*this);
     buildMainMenu(*this, *m_actions);

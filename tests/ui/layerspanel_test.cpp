@@ -1,6 +1,7 @@
 // The layers of a project: commands, moves and the place in the mix.
 #include "ui/layerspanel.h"
 
+#include "editing/datamanager.h"
 #include "ui/historypanel.h"
 #include "ui/panelstest.h"
 #include "ui/widgets/qcolorpicker.h"
@@ -621,6 +622,31 @@ TEST_F(LayersPanelTest, KeysOfAFieldStayWithTheField)
     QTest::keyClick(&volume, Qt::Key_Down);
     EXPECT_EQ(active(), layer("a"));
     EXPECT_NEAR(layer("a")->multiplier(), std::pow(10, -0.025), 1e-6);
+}
+
+TEST_F(LayersPanelTest, ALongMergeOrDuplicateShowsItsProgressAndACancelLeavesEverythingAsItWas)
+{
+    openLayers("ab");
+    panel().setPatience(0);
+    const QString before = shape();
+    const auto sampleFiles = [this] { return QDir(m_session).entryList({"*.pcm"}); };
+    const QStringList files = sampleFiles();
+    const int states = front()->history().size();
+    for (const char* id : {"layerduplicate", "layermergedown", "layermergevisible", "layermergeall"}) {
+        SCOPED_TRACE(id);
+        // Nothing else begins meanwhile.
+        const ProgressCanceller canceller([this] { action("layernewlayer").trigger(); });
+        action(id).trigger();
+        ASSERT_EQ(canceller.labels().size(), 1);
+        EXPECT_TRUE(canceller.labels().first().endsWith("...")) << canceller.labels().first().toStdString();
+        EXPECT_EQ(shape(), before);
+        EXPECT_EQ(front()->history().size(), states);
+        EXPECT_EQ(sampleFiles(), files);
+        EXPECT_FALSE(m_window->dataManager().isBusy());
+    }
+    panel().setPatience(100000);
+    action("layermergeall").trigger();
+    EXPECT_EQ(tree()->children(ChildrenAll).size(), 1);
 }
 
 } // namespace
