@@ -2,12 +2,14 @@
 
 #include "display/scales/colormaps.h"
 
+#include <QCoreApplication>
 #include <QDebug>
 #include <QFile>
 #include <QMatrix4x4>
 #include <QOpenGLContext>
 #include <QOpenGLPixelTransferOptions>
 #include <QPainter>
+#include <QResizeEvent>
 
 #include <algorithm>
 #include <array>
@@ -101,6 +103,22 @@ void QOpenGLChannel::initializeGL()
         m_contextConnection = connect(
             context(), &QOpenGLContext::aboutToBeDestroyed, this, [this] { contextAboutToBeDestroyed(); },
             Qt::DirectConnection);
+}
+
+void QOpenGLChannel::setPixelScale(double scale)
+{
+    if (scale == m_pixelScale)
+        return;
+    m_pixelScale = scale;
+    QResizeEvent resized(size(), size()); // makes another frame buffer
+    QCoreApplication::sendEvent(this, &resized);
+    update();
+}
+
+int QOpenGLChannel::metric(PaintDeviceMetric metric) const
+{
+    const int value = QOpenGLWidget::metric(metric);
+    return metric == PdmDevicePixelRatioScaled ? qRound(value * m_pixelScale) : value;
 }
 
 void QOpenGLChannel::logDriver()

@@ -43,7 +43,13 @@ public:
     explicit QOpenGLChannel(QWidget* parent = nullptr);
     ~QOpenGLChannel() override;
 
+    // For a picture of the view: the frame buffer has so many times the pixels of the screen, and all that
+    // is drawn follows. 1 is the screen itself.
+    void setPixelScale(double scale);
+
 protected:
+    // The ratio of device pixels, from which everything is sized, times the scale.
+    int metric(PaintDeviceMetric metric) const override;
     void initializeGL() override;
     // Called directly when the context goes away, while it is still there.
     virtual void contextAboutToBeDestroyed();
@@ -110,6 +116,7 @@ private:
     [[nodiscard]] QMatrix4x4 frameMatrix() const;
     void drawFlat(const std::vector<Vertex>& vertices, const QColor& color);
 
+    double m_pixelScale = 1;
     QOpenGLBuffer m_quadBuffer{QOpenGLBuffer::VertexBuffer};
     QOpenGLVertexArrayObject m_quadArray;
     // To the context that the set was made in. It breaks by itself when that context dies, which is

@@ -9,6 +9,7 @@
 #include "ui/historypanel.h"
 #include "ui/layerspanel.h"
 #include "ui/mainwindow.h"
+#include "ui/pictureexport.h"
 #include "ui/recentfiles.h"
 #include "ui/viewmenu.h"
 
@@ -98,6 +99,8 @@ std::vector<Row> fileRows(MainWindow& window)
          {id("fileexportback"), text("&Replace Project %1").arg(channelWord()),
           text("Write the mix to the file that the project came from or was exported to")},
          [&tabs](bool) { tabs.exportProjectBack(); }},
+        projectRow(file, "fileexportpicture", text("Export &Picture..."),
+                   "Write a picture of the view to a file", [&window](bool) { exportPicture(window); }),
         separator,
         {file,
          {id("filexit"), text("E&xit"), text("Close all projects and the program"), QKeySequence::Quit},
@@ -196,11 +199,19 @@ std::vector<Row> selectRows(MainWindow& window)
 std::vector<Row> projectRows(MainWindow& window)
 {
     ProjectTabs& tabs = window.projectTabs();
+    DataManager& data = window.dataManager();
     const char* const project = QT_TR_NOOP("Pro&ject");
     return {
         projectRow(project, "projectduplicate", text("&Duplicate"), "A copy of the project in a new tab",
                    [&tabs](bool) { tabs.duplicateProject(); }),
         separator,
+        projectRow(project, "projectinserttime", text("Insert Time..."),
+                   "Open a gap of silence in all layers", [&data](bool) { data.insertTime(); }),
+        projectRow(project, "projectremovetime", text("Delete Time..."),
+                   "Take a stretch of time out of all layers", [&data](bool) { data.deleteTime(); }),
+        projectRow(project, "projectcroptime", text("Crop Time..."),
+                   "Keep a stretch of time of all layers, and nothing else",
+                   [&data](bool) { data.cropTime(); }),
         projectRow(project, "projectformat", text("&Reformat..."),
                    "Change sample rate and channels of the project", [&tabs](bool) { tabs.changeFormat(); }),
     };

@@ -366,8 +366,9 @@ TEST_F(ProjectFlows, EveryCommandStandsInItsMenuInOrder)
     EXPECT_EQ(entries("&File").join(QLatin1Char('|')).toStdString(),
               "&New Project...|&Open...|Open &Recent|-|&Close Project|Close All|-|&Save Project|"
               "Save Project &As...|-|&Import Layer Audio...|&Export Project Audio...|&Replace Project Audio|"
-              "-|E&xit");
-    EXPECT_EQ(entries("Pro&ject").join(QLatin1Char('|')).toStdString(), "&Duplicate|-|&Reformat...");
+              "Export &Picture...|-|E&xit");
+    EXPECT_EQ(entries("Pro&ject").join(QLatin1Char('|')).toStdString(),
+              "&Duplicate|-|Insert Time...|Delete Time...|Crop Time...|&Reformat...");
     EXPECT_EQ(entries("&Layer").join(QLatin1Char('|')).toStdString(),
               "&New Layer|New &Group|-|&Duplicate|Duplicate &To...|Delete|&Rename...|-|&Group|&Ungroup|"
               "&Merge Down|Merge &Visible|Merge &All");
