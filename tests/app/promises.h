@@ -35,8 +35,8 @@ struct Scenario
 
 inline bool isAction(const QString& command)
 {
-    for (const char* word : {"edit", "scatter", "cut", "grow", "shrink", "import", "insert", "crop", "undo",
-                             "redo", "save", "format", "duplicate"})
+    for (const char* word : {"edit", "scatter", "cut", "grow", "shrink", "import", "insert", "crop", "paste",
+                             "deletetime", "undo", "redo", "save", "format", "duplicate"})
         if (command.startsWith(QLatin1String(word)))
             return true;
     return false;

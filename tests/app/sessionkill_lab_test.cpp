@@ -32,6 +32,14 @@ const Scenario editing = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:
                            QStringLiteral("undo"), QStringLiteral("redo"), QStringLiteral("grow:5"),
                            QStringLiteral("shrink"), QStringLiteral("undo"), QStringLiteral("scatter:6"),
                            QStringLiteral("save:@song.mvp")}};
+// Menu commands on two layers, of which some change both.
+const Scenario rearranging = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"),
+                               QStringLiteral("save:@song.mvx"), QStringLiteral("close")},
+                              {QStringLiteral("open:@a.ramp"), QStringLiteral("import:@b.ramp"),
+                               QStringLiteral("cut:5000"), QStringLiteral("deselect"),
+                               QStringLiteral("paste"), QStringLiteral("deletetime"), QStringLiteral("undo"),
+                               QStringLiteral("undo"), QStringLiteral("redo"), QStringLiteral("redo"),
+                               QStringLiteral("save:@song.mvp"), QStringLiteral("undo")}};
 const Scenario recovering = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"),
                               QStringLiteral("save:@song.mvx"), QStringLiteral("import:@a.ramp"),
                               QStringLiteral("insert"), QStringLiteral("open:@a.ramp"),
@@ -167,6 +175,11 @@ TEST_F(SessionKill, inEditsOfSamplesWhereTheyLie)
 TEST_F(SessionKill, atAnyTimeInEditsOfSamplesWhereTheyLie)
 {
     killAtTimes(editing, qgetenv("MORVANE_KILL_POINTS") == "all" ? 100 : 12);
+}
+
+TEST_F(SessionKill, inCutPasteDeleteTimeAndUndo)
+{
+    killAll(rearranging, 17);
 }
 
 TEST_F(SessionKill, inAChangeOfFormatAndADuplicate)

@@ -8,6 +8,7 @@
 //   scatter:<value>  writes at many places, backwards and forwards     grow:<value>  writes behind the end
 //   reject         an action that the history takes back for lack of room
 //   shrink         cuts the end off            cut:<start>    of 20 seconds in the middle of the band
+//   paste   deselect   deletetime                          of the menus
 //   duplicate      the project in front
 //   format:<rate>  resamples the project in front, through the dialog
 //   save:<file>    the project in front, by suffix; prints "saved <state>"
@@ -33,6 +34,7 @@
 #include "projectfiles/projectxml.h"
 #include "projectfiles/recovery.h"
 #include "ui/widgets/messages.h"
+#include "ui/widgets/qlineeditext.h"
 
 #include <algorithm>
 #include <clocale>
@@ -170,6 +172,7 @@ private:
     static void record(const QString& name);
     bool reject();
     bool cut(double start);
+    bool useMenus(const QString& command);
     bool save(const QString& path);
     bool changeFormat(double rate);
     static bool read(const QString& path);
@@ -252,6 +255,30 @@ bool Victim::cut(double start)
     const int states = m_history.states().size();
     m_data.cut();
     return m_history.states().size() == states + 1;
+}
+
+// False for what is none of them.
+bool Victim::useMenus(const QString& command)
+{
+    if (command == QLatin1String("paste")) {
+        m_data.paste();
+    } else if (command == QLatin1String("deselect")) {
+        m_data.deselect();
+    } else if (command == QLatin1String("deletetime")) {
+        QTimer::singleShot(0, [] {
+            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            const auto fields = dialog ? dialog->findChildren<QLineEditExt*>() : QList<QLineEditExt*>();
+            if (fields.size() != 2)
+                return;
+            fields[0]->setText(QStringLiteral("2000"));
+            fields[1]->setText(QStringLiteral("9000"));
+            dialog->accept();
+        });
+        m_data.deleteTime();
+    } else {
+        return false;
+    }
+    return true;
 }
 
 bool Victim::save(const QString& path)
@@ -343,7 +370,7 @@ bool Victim::run(const QString& command, const QString& argument)
     }
     if (command == QLatin1String("wait"))
         return QApplication::exec() == 0;
-    return act(command, argument.toFloat());
+    return useMenus(command) || act(command, argument.toFloat());
 }
 
 } // namespace

@@ -97,8 +97,8 @@ TEST_F(EditingLab, EachCommandIsDoneWholeOrNotAtAllAndToldAndSoIsItsUndo)
             const QStringList none = files();
             {
                 EditSession session;
-                std::vector<LayerPtr> layers{session.begin(first)};
-                layers.push_back(layerOf(session.project().format(), second));
+                const std::vector<LayerPtr> layers{session.begin(first),
+                                                   layerOf(session.project().format(), second)};
                 ASSERT_TRUE(session.tree()->appendChild(layers[1]));
                 session.project().resetHistory("New");
                 session.post();
