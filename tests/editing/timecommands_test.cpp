@@ -193,7 +193,8 @@ TEST(TimeCommands, TheDialogWorksByKeysAlone)
     DialogScript script;
     script.on("Insert Time", [&](QDialog& dialog) {
         const auto fields = fieldsOf(dialog);
-        EXPECT_EQ(dialog.focusWidget(), fields[0]);
+        QApplication::setActiveWindow(&dialog);
+        EXPECT_TRUE(testsupport::waitFor([&] { return fields[0]->hasFocus(); }));
         EXPECT_EQ(fields[0]->selectedText(), fields[0]->text());
         QTest::keyClicks(fields[0], "1000");
         QTest::keyClick(fields[0], Qt::Key_Tab);
