@@ -105,18 +105,19 @@ private:
     // that goes on, or a horizontal edge from one to the next.
     void join(const std::vector<size_t>& below, const std::vector<size_t>& above)
     {
-        std::vector<End> ends;
-        for (const size_t b : below)
-            ends.push_back({b, 1});
-        for (const size_t b : above)
-            ends.push_back({b, 0});
         // Where one run ends and another begins at the same place, in different rows, the edge that comes
         // from the left belongs to the run that ends: the two keep apart.
-        std::stable_sort(ends.begin(), ends.end(), [this](const End& a, const End& b) {
+        const auto before = [this](const End& a, const End& b) {
             const Border& p = m_borders[a.border];
             const Border& q = m_borders[b.border];
             return p.x != q.x ? p.x < q.x : p.closes && !q.closes;
-        });
+        };
+        std::vector<End> lower, upper, ends(below.size() + above.size());
+        for (const size_t b : below)
+            lower.push_back({b, 1});
+        for (const size_t b : above)
+            upper.push_back({b, 0});
+        std::merge(lower.begin(), lower.end(), upper.begin(), upper.end(), ends.begin(), before);
         for (size_t i = 0; i + 1 < ends.size(); i += 2) {
             link(ends[i], ends[i + 1]);
             link(ends[i + 1], ends[i]);

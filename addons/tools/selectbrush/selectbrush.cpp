@@ -1,5 +1,7 @@
 #include "selectbrush.h"
 
+#include "outline.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -14,6 +16,8 @@ constexpr double leastAspect = 0.05, mostAspect = 20;
 constexpr double usualHardness = 100;
 // One press of a key.
 constexpr double sizeStep = 1.15, aspectStep = 1.25, hardnessStep = 10;
+// The outline is made anew when this many times its cost has passed.
+constexpr int64_t mostWork = 5;
 constexpr double lightestPen = 0.1; // of the size
 // Larger pictures are no cursors any more on some screens.
 constexpr double largestCursor = 96;
@@ -91,6 +95,7 @@ PointD SelectBrush::radius() const
 void SelectBrush::begin(const MouseEvent& event)
 {
     m_stroke.reset();
+    m_drawn = QPainterPath();
     const double soft = 1 - m_hardness->value() / 100;
     const PointD r = radius();
     m_fade = {soft * r.x * event.pixelSize.x, soft * r.y * event.pixelSize.y};
@@ -119,7 +124,13 @@ void SelectBrush::paint(const MouseEvent& event)
     if (!m_stroke)
         m_stroke.emplace(center, pixel, full);
     const double share = std::clamp(double(event.pressure), lightestPen, 1.0);
-    m_stroke->paint({center, {full.x * share, full.y * share}});
+    const PointD r{full.x * share, full.y * share};
+    m_stroke->paint({center, r});
+    if (m_drawn.isEmpty())
+        return;
+    const double bottom = context.convert->fromScale(center.y - r.y);
+    m_drawn.addPath(outline::ellipse(
+        {center.x - r.x, bottom, 2 * r.x, context.convert->fromScale(center.y + r.y) - bottom}));
 }
 
 QPainterPath SelectBrush::shape()
@@ -135,6 +146,17 @@ QPainterPath SelectBrush::shape()
         path.addPolygon(ring);
     }
     return path;
+}
+
+// The outline of a long stroke takes longer than the pointer's next move: dabs stand alone meanwhile.
+QPainterPath SelectBrush::drawing()
+{
+    if (!m_drawn.isEmpty() && m_sinceOutline.nsecsElapsed() < mostWork * m_outlineCost)
+        return m_drawn;
+    m_sinceOutline.start();
+    m_drawn = shape();
+    m_outlineCost = m_sinceOutline.nsecsElapsed();
+    return m_drawn;
 }
 
 PointD SelectBrush::fade()
@@ -158,4 +180,5 @@ QCursor SelectBrush::drawingCursor(const MouseEvent&)
 void SelectBrush::dropped()
 {
     m_stroke.reset();
+    m_drawn = QPainterPath();
 }

@@ -6,6 +6,7 @@
 #include "brushstroke.h"
 
 #include <QCursor>
+#include <QElapsedTimer>
 
 class QDoubleSpinBox;
 
@@ -33,6 +34,7 @@ protected:
     void begin(const MouseEvent& event) override;
     void extend(const MouseEvent& event) override;
     QPainterPath shape() override;
+    QPainterPath drawing() override;
     bool clickDraws() const override { return true; }
     PointD fade() override;
     QCursor drawingCursor(const MouseEvent& event) override;
@@ -50,7 +52,10 @@ private:
     QDoubleSpinBox* m_aspect = nullptr;
     QDoubleSpinBox* m_hardness = nullptr;
     std::optional<BrushStroke> m_stroke;
-    PointD m_fade; // of the stroke: samples, Hz
+    QPainterPath m_drawn;         // the outline of most of it, and single dabs since then
+    QElapsedTimer m_sinceOutline; // when that outline was made
+    int64_t m_outlineCost = 0;    // nanoseconds
+    PointD m_fade;                // of the stroke: samples, Hz
     QCursor m_cursor;
     PointD m_cursorRadius;
 };
