@@ -54,19 +54,24 @@ SelectionTool::~SelectionTool()
 {
     if (m_button && !m_button->parent())
         delete m_button;
-    if (m_page && !m_page->parent())
+    if (m_page && !page().parent())
         delete m_page;
 }
 
 bool SelectionTool::init(const QString&, QWidget*)
 {
-    m_page = new OptionsPage;
-    connect(m_page, &OptionsPage::typed, this, &SelectionTool::requestMouseEvent);
-    connect(m_page, &OptionsPage::changed, this, [this] {
-        optionsChanged();
-        Q_EMIT requestMouseEvent();
-    });
     return true;
+}
+
+OptionsPage& SelectionTool::page()
+{
+    if (m_page)
+        return *m_page;
+    m_page = new OptionsPage;
+    addOptions(*m_page);
+    connect(m_page, &OptionsPage::typed, this, &SelectionTool::requestMouseEvent);
+    connect(m_page, &OptionsPage::changed, this, &SelectionTool::requestMouseEvent);
+    return *m_page;
 }
 
 QString SelectionTool::groupName() const
@@ -96,14 +101,14 @@ QToolButton* SelectionTool::toolButton()
 
 QWidget* SelectionTool::optionsWidget()
 {
-    return m_page;
+    return &page();
 }
 
 void SelectionTool::activate()
 {
     drop();
-    m_page->reset();
-    m_page->follow(context);
+    page().reset();
+    page().follow(context);
 }
 
 void SelectionTool::deactivate()
@@ -113,7 +118,7 @@ void SelectionTool::deactivate()
 
 void SelectionTool::contextChanged()
 {
-    m_page->follow(context);
+    page().follow(context);
     if (m_gesture == Gesture::None || !isStale())
         return;
     const bool held = m_down;
@@ -151,7 +156,7 @@ bool SelectionTool::release(const MouseEvent&)
 
 PointD SelectionTool::fade()
 {
-    return {m_page->fadeSeconds() * context.format.sampleRate, m_page->fadeHz()};
+    return {page().fadeSeconds() * context.format.sampleRate, page().fadeHz()};
 }
 
 Area SelectionTool::limits() const
@@ -212,6 +217,8 @@ bool SelectionTool::execute(const MouseEvent& event, QCursor& cursor, QPainterPa
         changed = m_gesture == Gesture::Draw && !m_down && finishDrawing(event, false);
     } else if (flags & ToolRequested) {
         changed = applyTyped();
+        if (m_last.pixelSize.x > 0)
+            cursor = cursorFor(m_last); // a brush of another size
     } else {
         // Where the view could not tell a place, the button still may have gone up.
         const bool told = isFinite(event.position) && event.pixelSize.x > 0 && event.pixelSize.y > 0;
@@ -222,7 +229,7 @@ bool SelectionTool::execute(const MouseEvent& event, QCursor& cursor, QPainterPa
         cursor = cursorFor(m_last);
     }
     path = drawn();
-    m_page->follow(context);
+    page().follow(context);
     return changed;
 }
 
@@ -335,7 +342,7 @@ bool SelectionTool::finishDrag(const MouseEvent& event)
 
 bool SelectionTool::applyTyped()
 {
-    const std::optional<Area> area = m_page->takeTyped(context);
+    const std::optional<Area> area = page().takeTyped(context);
     if (!area || m_gesture != Gesture::None)
         return false;
     ISelection& selection = *context.selection;

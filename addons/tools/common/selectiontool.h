@@ -74,14 +74,15 @@ protected:
     [[nodiscard]] virtual PointD fade();
     // Where a press would draw.
     [[nodiscard]] virtual QCursor drawingCursor(const MouseEvent& event);
-    // An option has changed: what is drawn may be another shape now.
-    virtual void optionsChanged() {}
+    // The page has just been made: the tool adds its own options.
+    virtual void addOptions(OptionsPage&) {}
     // What was begun is dropped, and the tool was chosen anew.
     virtual void dropped() {}
 
     // --- what a tool may ask ---
 
-    OptionsPage& page() { return *m_page; }
+    // Made when it is first asked for, and anew when the options bar has been deleted with it.
+    OptionsPage& page();
     // What can be selected: the band of the signal, time from 0 to the end of the layers or of the view.
     [[nodiscard]] Area limits() const;
     [[nodiscard]] PointD limited(PointD position) const;

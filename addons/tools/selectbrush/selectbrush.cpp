@@ -47,20 +47,17 @@ SelectBrush::SelectBrush()
 {
 }
 
-bool SelectBrush::init(const QString& libraryPath, QWidget* mainWindow)
+void SelectBrush::addOptions(OptionsPage& page)
 {
-    if (!SelectionTool::init(libraryPath, mainWindow))
-        return false;
-    m_size = page().addNumber(tr("Size:"), leastSize, mostSize, 1, usualSize, tr(" px"));
+    m_size = page.addNumber(tr("Size:"), leastSize, mostSize, 1, usualSize, tr(" px"));
     m_size->setObjectName(QStringLiteral("size"));
     m_size->setToolTip(tr("The diameter of the brush on the screen"));
-    m_aspect = page().addNumber(tr("Aspect:"), leastAspect, mostAspect, 0.1, 1, {});
+    m_aspect = page.addNumber(tr("Aspect:"), leastAspect, mostAspect, 0.1, 1, {});
     m_aspect->setObjectName(QStringLiteral("aspect"));
     m_aspect->setToolTip(tr("How many times as wide as high the brush is"));
-    m_hardness = page().addNumber(tr("Hardness:"), 0, 100, 1, usualHardness, tr(" %"));
+    m_hardness = page.addNumber(tr("Hardness:"), 0, 100, 1, usualHardness, tr(" %"));
     m_hardness->setObjectName(QStringLiteral("hardness"));
     m_hardness->setToolTip(tr("The part of the radius that is selected fully"));
-    return true;
 }
 
 QString SelectBrush::description() const

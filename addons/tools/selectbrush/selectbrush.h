@@ -20,7 +20,6 @@ class SelectBrush final : public SelectionTool
 public:
     SelectBrush();
     [[nodiscard]] QString description() const override;
-    bool init(const QString& libraryPath, QWidget* mainWindow) override;
 
 public Q_SLOTS:
     void increaseBrushSize() { scaleSize(1); }
@@ -31,6 +30,7 @@ public Q_SLOTS:
     void decreaseBrushHardness() { addHardness(-1); }
 
 protected:
+    void addOptions(OptionsPage& page) override;
     void begin(const MouseEvent& event) override;
     void extend(const MouseEvent& event) override;
     QPainterPath shape() override;

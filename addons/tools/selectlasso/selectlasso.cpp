@@ -31,14 +31,11 @@ SelectLasso::SelectLasso()
 {
 }
 
-bool SelectLasso::init(const QString& libraryPath, QWidget* mainWindow)
+void SelectLasso::addOptions(OptionsPage& page)
 {
-    if (!SelectionTool::init(libraryPath, mainWindow))
-        return false;
-    m_reach = page().addNumber(tr("Reach:"), 1, 100, 1, usualReach, tr(" px"));
+    m_reach = page.addNumber(tr("Reach:"), 1, 100, 1, usualReach, tr(" px"));
     m_reach->setObjectName(QStringLiteral("reach"));
     m_reach->setToolTip(tr("How far away the magnetic lasso looks for a ridge"));
-    return true;
 }
 
 QString SelectLasso::description() const

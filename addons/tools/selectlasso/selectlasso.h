@@ -17,9 +17,9 @@ class SelectLasso final : public SelectionTool
 public:
     SelectLasso();
     [[nodiscard]] QString description() const override;
-    bool init(const QString& libraryPath, QWidget* mainWindow) override;
 
 protected:
+    void addOptions(OptionsPage& page) override;
     void begin(const MouseEvent& event) override;
     void extend(const MouseEvent& event) override;
     QPainterPath shape() override;

@@ -46,14 +46,11 @@ SelectTransient::SelectTransient()
 {
 }
 
-bool SelectTransient::init(const QString& libraryPath, QWidget* mainWindow)
+void SelectTransient::addOptions(OptionsPage& page)
 {
-    if (!SelectionTool::init(libraryPath, mainWindow))
-        return false;
-    m_sensitivity = page().addNumber(tr("Sensitivity:"), 0, 100, 1, usualSensitivity, tr(" %"));
+    m_sensitivity = page.addNumber(tr("Sensitivity:"), 0, 100, 1, usualSensitivity, tr(" %"));
     m_sensitivity->setObjectName(QStringLiteral("sensitivity"));
     m_sensitivity->setToolTip(tr("From only what stands out most to all that stands out a little"));
-    return true;
 }
 
 QString SelectTransient::description() const

@@ -15,9 +15,9 @@ class SelectTransient final : public SelectionTool
 public:
     SelectTransient();
     [[nodiscard]] QString description() const override;
-    bool init(const QString& libraryPath, QWidget* mainWindow) override;
 
 protected:
+    void addOptions(OptionsPage& page) override;
     void begin(const MouseEvent& event) override;
     void extend(const MouseEvent& event) override;
     QPainterPath shape() override;

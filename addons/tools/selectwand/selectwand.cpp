@@ -26,14 +26,11 @@ SelectWand::SelectWand()
 {
 }
 
-bool SelectWand::init(const QString& libraryPath, QWidget* mainWindow)
+void SelectWand::addOptions(OptionsPage& page)
 {
-    if (!SelectionTool::init(libraryPath, mainWindow))
-        return false;
-    m_tolerance = page().addNumber(tr("Tolerance:"), 1, 100, 1, usualTolerance, tr(" dB"));
+    m_tolerance = page.addNumber(tr("Tolerance:"), 1, 100, 1, usualTolerance, tr(" dB"));
     m_tolerance->setObjectName(QStringLiteral("tolerance"));
     m_tolerance->setToolTip(tr("How much the level may differ from that at the click"));
-    return true;
 }
 
 QString SelectWand::description() const

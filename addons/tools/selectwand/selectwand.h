@@ -17,9 +17,9 @@ class SelectWand final : public SelectionTool
 public:
     SelectWand();
     [[nodiscard]] QString description() const override;
-    bool init(const QString& libraryPath, QWidget* mainWindow) override;
 
 protected:
+    void addOptions(OptionsPage& page) override;
     void begin(const MouseEvent& event) override;
     void extend(const MouseEvent& event) override;
     QPainterPath shape() override { return m_shape; }
