@@ -46,9 +46,12 @@ SpectralChannel::Drag SpectralChannel::dragFor(Qt::MouseButton button, Qt::Keybo
         return modifiers & Qt::ShiftModifier ? Drag::Displace : Drag::Pan;
     if (button != Qt::LeftButton)
         return Drag::Pointer;
-    if (wheelnavigation::leftButtonPans(modifiers))
+    // With Ctrl alone a tool takes away from the selection; navigation keeps Ctrl and Alt, and the middle
+    // button.
+    const bool isOfTool = m_tool == EventId::ToolPluginActivate && modifiers == Qt::ControlModifier;
+    if (!isOfTool && wheelnavigation::leftButtonPans(modifiers))
         return Drag::Pan;
-    if (wheelnavigation::leftButtonPlays(modifiers))
+    if (!isOfTool && wheelnavigation::leftButtonPlays(modifiers))
         return Drag::Play;
     switch (m_tool) {
     case EventId::ToolPanActivate:

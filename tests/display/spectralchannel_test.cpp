@@ -553,6 +553,26 @@ TEST_F(Tools, LeftButtonModifiersPanAndPlayByTheProperty)
     }
 }
 
+TEST_F(Tools, ControlAloneIsThePlugInToolsOwn)
+{
+    postEvent(nullptr, EventId::ToolPluginActivate, ToolActivation{}, nullptr);
+    for (const int value : {0, 1}) {
+        qApp->setProperty("leftbuttonnavigation", value);
+        show({100000, 0, 100000, 24000});
+        listener.areas.clear();
+        listener.mice.clear();
+        drag(Qt::LeftButton, {200, 150}, {220, 150}, Qt::ControlModifier);
+        EXPECT_TRUE(listener.areas.empty());
+        EXPECT_EQ(toggles, 0);
+        ASSERT_FALSE(listener.mice.empty());
+        EXPECT_EQ(listener.mice.back().modifiers, uint32_t(Qt::ControlModifier));
+        // With Alt it navigates as ever.
+        drag(Qt::LeftButton, {200, 150}, {220, 150}, Qt::ControlModifier | Qt::AltModifier);
+        EXPECT_TRUE(!listener.areas.empty() || toggles > 0);
+        toggles = 0;
+    }
+}
+
 TEST_F(Tools, NearestControlWithinSixPixelsIsHovered)
 {
     postEvent(nullptr, EventId::ToolPluginActivate, ToolActivation{}, nullptr);
