@@ -1,6 +1,7 @@
 // The selection tools in the window, driven with the mouse. With MORVANE_PICTURES set to a folder, each tool
 // at work is saved there, on a recording if there are any.
 #include "display/channelrow.h"
+#include "display/waveformchannel.h"
 #include "editing/datamanager.h"
 #include "model/toolstate.h"
 #include "plugins/itoolplugin.h"
@@ -77,6 +78,17 @@ protected:
     void settle()
     {
         ASSERT_TRUE(testsupport::waitFor([this] { return display().isSettled() && view().width() > 300; }));
+    }
+    // The views are on the screen as they are now.
+    void repaint()
+    {
+        settle();
+        for (int i = 0; i < 3; ++i) {
+            view().update();
+            display().rows().first()->waveform()->update();
+            QCoreApplication::processEvents();
+            settle();
+        }
     }
     SpectralChannel& view() { return *display().rows().first()->spectral(); }
     Project& project() { return *front(); }
@@ -273,7 +285,7 @@ TEST_F(SelectionMouse, PicturesOfEachToolAtWork)
         const bool click = row.plugin == QLatin1String("selectwand");
         if (click || row.plugin == QLatin1String("selecttransient"))
             endGesture(row);
-        settle();
+        repaint();
         EXPECT_TRUE(m_window->grab().save(folder + QStringLiteral("/tool-%1.png").arg(row.picture)));
         if (!click && row.plugin != QLatin1String("selecttransient"))
             endGesture(row);
