@@ -490,15 +490,6 @@ TEST(MaskedCopy, ARadioRecordingCutAndAddedBackIsTheSame)
         expectCutAndBack(layerOf(complexFormat(1, wav.rate), wav.samples), seed);
 }
 
-bool isSanitized()
-{
-#if defined(__has_feature)
-    return __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-    return false;
-#endif
-}
-
 int64_t anonymousKilobytes()
 {
     std::ifstream status("/proc/self/status");
@@ -523,7 +514,7 @@ TEST(MaskedCopy, MemoryDoesNotFollowTheLengthOfTheSelection)
     const LayerPtr target = emptyLayer(c.format);
     const int64_t before = anonymousKilobytes();
     ASSERT_GT(before, 0);
-    if (isSanitized())
+    if (testsupport::isSanitized())
         GTEST_SKIP() << "sanitizers keep memory of their own";
     int64_t most = 0;
     ASSERT_TRUE(copyMasked(layer, target, areaOf(c, all), [&](int, int) {

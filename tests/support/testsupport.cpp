@@ -40,6 +40,15 @@ QStringList recordings()
     return files;
 }
 
+bool isSanitized()
+{
+#if defined(__has_feature)
+    return __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+    return false;
+#endif
+}
+
 int patient(int milliseconds)
 {
     return milliseconds * std::max(1, qEnvironmentVariableIntValue("MORVANE_TEST_PATIENCE"));

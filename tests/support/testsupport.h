@@ -27,6 +27,9 @@ void expectWarning(const QString& part);
 // the sanitizer builds set for their tests.
 int patient(int milliseconds);
 
+// Whether the build has a sanitizer that keeps memory of its own, so that the program's cannot be told.
+bool isSanitized();
+
 // Runs the event loop until `condition` holds; false after `milliseconds`, or as long as patient() says.
 bool waitFor(const std::function<bool()>& condition, int milliseconds = 10000);
 
