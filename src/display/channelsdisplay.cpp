@@ -126,6 +126,10 @@ ChannelRow* ChannelsDisplay::addRow(const SamplingFormat& format, int channel, Q
     row->spectral()->installEventFilter(this);
     row->waveform()->installEventFilter(this);
     connect(row->splitter(), &QSplitter::splitterMoved, this, &ChannelsDisplay::moveSplitter);
+    row->spectral()->toolEvent(m_tool);
+    row->waveform()->toolEvent(m_tool);
+    row->spectral()->cursorEvent(EventId::MouseCursorChange, m_toolCursor);
+    row->spectral()->controlsEvent(EventId::MouseControlsChange, m_toolControls);
     for (ChannelView* view :
          {static_cast<ChannelView*>(row->spectral()), static_cast<ChannelView*>(row->waveform())}) {
         connect(view, &ChannelView::playOrStopToggled, this, &ChannelsDisplay::playOrStopToggled);

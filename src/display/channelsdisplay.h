@@ -3,6 +3,7 @@
 
 #include "display/viewstate.h"
 #include "model/selection.h"
+#include "model/toolstate.h"
 #include "model/types/channelsmode.h"
 #include "spectral/primitives/transform.h"
 
@@ -60,6 +61,10 @@ public:
     void displayValueEvent(EventId id, const float& value) override;
     void selectionEvent(EventId id, const Selection& selection) override;
     void transportPositionEvent(EventId id, const int64_t& position) override;
+    void toolEvent(EventId id) override { m_tool = id; }
+    void toolPluginEvent(EventId id, const ToolActivation&) override { m_tool = id; }
+    void cursorEvent(EventId, const QCursor& cursor) override { m_toolCursor = cursor; }
+    void controlsEvent(EventId, const QList<ControlPoint>& controls) override { m_toolControls = controls; }
 
 public Q_SLOTS:
     // A text over the channels, until an empty one comes.
@@ -150,6 +155,10 @@ private:
     MarkerList m_markers;
     Selection m_selection;
     int64_t m_position = 0;
+    // What views that are made later have missed.
+    EventId m_tool = EventId::ToolNoneActivate;
+    QCursor m_toolCursor;
+    QList<ControlPoint> m_toolControls;
     float m_splitterRatio;
     QList<ChannelRow*> m_rows;
     // Children.

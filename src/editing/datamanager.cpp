@@ -11,7 +11,7 @@ DataManager::DataManager(QWidget* window)
       m_clipboard(m_desk),
       m_selection(m_desk),
       m_time(m_desk),
-      m_tool(m_desk, this),
+      m_tool(m_desk, this, [this] { Q_EMIT toolFailed(); }),
       m_process(m_desk)
 {
     connect(&m_desk, &EditDesk::selectionEnabled, this, &DataManager::selectionEnabled);
@@ -32,6 +32,14 @@ DataManager::DataManager(QWidget* window)
 }
 
 DataManager::~DataManager() = default;
+
+void DataManager::executeTool()
+{
+    const QObject* asker = sender();
+    if (asker && asker->metaObject()->indexOfSignal("requestMouseEvent()") >= 0 && asker != m_tool.plugin())
+        return;
+    m_tool.execute(ToolRequested);
+}
 
 void DataManager::samplingFormatEvent(EventId, const SamplingFormat& format)
 {

@@ -55,8 +55,9 @@ public Q_SLOTS:
     void insertTime() { m_time.insertTime(); }
     void deleteTime() { m_time.deleteTime(); }
     void cropTime() { m_time.cropTime(); }
-    // Hands the last state of the mouse to the active tool once more.
-    void executeTool() { m_tool.execute(ToolRequested); }
+    // Hands the last state of the mouse to the active tool once more. The request of a tool that is not
+    // the active one does nothing.
+    void executeTool();
     // The active tool has something begun that Return completes and Escape drops.
     [[nodiscard]] bool isToolDrawing() const { return m_tool.isDrawing(); }
     void acceptDrawing() { m_tool.execute(ToolAccept); }
@@ -78,6 +79,8 @@ Q_SIGNALS:
     void clipboardEnabled(bool enabled);
     void selectionBackupEnabled(bool enabled);
     void selectionLoadEnabled(bool enabled);
+    // The active tool has thrown, and ToolNoneActivate follows: it is not to be chosen again by itself.
+    void toolFailed();
     // Whoever plays stops now: the samples are about to change.
     void stopRequested();
     void becameIdle();

@@ -1,7 +1,7 @@
 #include "editing/processrunner.h"
 
-#include "editing/plugincall.h"
 #include "plugins/iprocessplugin.h"
+#include "plugins/plugincall.h"
 
 #include <QDebug>
 

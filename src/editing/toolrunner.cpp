@@ -1,7 +1,7 @@
 #include "editing/toolrunner.h"
 
-#include "editing/plugincall.h"
 #include "model/documentlock.h"
+#include "plugins/plugincall.h"
 
 #include <QAction>
 #include <QApplication>
@@ -54,7 +54,10 @@ QAction* faceOf(IToolPlugin& plugin)
 
 } // namespace
 
-ToolRunner::ToolRunner(EditDesk& desk, IEvent* listener) : m_desk(desk), m_listener(listener)
+ToolRunner::ToolRunner(EditDesk& desk, IEvent* listener, std::function<void()> failed)
+    : m_desk(desk),
+      m_listener(listener),
+      m_failed(std::move(failed))
 {
     m_context.setSingleShot(true);
     m_context.setInterval(0);
@@ -80,7 +83,14 @@ void ToolRunner::setTool(EventId tool, IToolPlugin* plugin)
         return;
     m_sincePress.invalidate();
     if (!hook(*plugin, &IToolPlugin::activate))
-        postEvent(nullptr, EventId::ToolNoneActivate, nullptr);
+        layDown();
+}
+
+void ToolRunner::layDown()
+{
+    if (m_failed)
+        m_failed();
+    postEvent(nullptr, EventId::ToolNoneActivate, nullptr);
 }
 
 void ToolRunner::leave()
@@ -123,7 +133,7 @@ void ToolRunner::tellContext()
     if (m_contextDue)
         return;
     if (!hook(*m_plugin, &IToolPlugin::contextChanged))
-        postEvent(nullptr, EventId::ToolNoneActivate, nullptr);
+        layDown();
 }
 
 void ToolRunner::invoke(const char* slot)
@@ -203,7 +213,7 @@ void ToolRunner::fail(const EditDesk::Mark& mark, const QString& cause)
     const QString name = nameOf(*m_plugin);
     qWarning().noquote() << "tool" << name << "failed:" << cause;
     m_desk.takeBack(mark);
-    postEvent(nullptr, EventId::ToolNoneActivate, nullptr);
+    layDown();
     m_desk.tellFailure(EditDesk::tr("Tool Failed"), name, cause);
 }
 

@@ -11,6 +11,8 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <functional>
+
 // Hands the pointer's state to the active tool and tells what the tool has changed: document, selection,
 // position, cursor, outline, controls. The document's lock is held for writing meanwhile.
 //
@@ -19,7 +21,8 @@
 class ToolRunner
 {
 public:
-    ToolRunner(EditDesk& desk, IEvent* listener);
+    // `failed` is called when a tool is laid down because it has thrown, before that is told.
+    ToolRunner(EditDesk& desk, IEvent* listener, std::function<void()> failed);
 
     // Leaves the old tool and enters the new one, also where they are the same.
     void setTool(EventId tool, IToolPlugin* plugin);
@@ -43,12 +46,14 @@ private:
     // Of the two hooks that change nothing; false when it threw.
     bool hook(IToolPlugin& plugin, void (IToolPlugin::*function)());
     void leave();
+    void layDown();
     void tellContext();
     void fail(const EditDesk::Mark& mark, const QString& cause);
     void tellPictures(const QCursor& cursor, const QPainterPath& path, const QList<ToolControl>& controls);
 
     EditDesk& m_desk;
     IEvent* m_listener;
+    std::function<void()> m_failed;
     EventId m_tool = EventId::ToolNoneActivate;
     QPointer<IToolPlugin> m_plugin;
     MouseEvent m_mouse;

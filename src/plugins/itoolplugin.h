@@ -77,14 +77,15 @@ public:
     [[nodiscard]] virtual QString groupName() const = 0;
     // The button, with a default action (text, icon) and possibly a menu of modes, each an action with text
     // and icon. The host makes the actions checkable, puts the chosen one on the button and calls the tool.
-    // Made once; the tool bar takes it over, so the tool deletes it no more and never hands out null.
+    // The tool bar takes it over and deletes it with the window; hold it in a QPointer, and make it anew when
+    // it is asked for after that. Never null.
     virtual QToolButton* toolButton() = 0;
     // Called when the tool is chosen and when it is left; what was begun is dropped then. Cursor, outline
     // and controls start anew with each activate().
     virtual void activate() {}
     virtual void deactivate() {}
-    // One page of the options bar, shown while the tool is the active one; null for none. Made once, taken
-    // over by the bar.
+    // One page of the options bar, shown while the tool is the active one; null for none. Taken over
+    // as the button is.
     virtual QWidget* optionsWidget() = 0;
     // Does what `event` asks for, on the document in `context`. May change the cursor; `path`, the outline
     // that is drawn over the spectrograms of the selected channels (samples, Hz); and the controls. All three

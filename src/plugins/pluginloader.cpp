@@ -8,6 +8,7 @@
 
 #include <clocale>
 #include <exception>
+#include <optional>
 
 #include <QDebug>
 #include <QDir>
@@ -150,10 +151,11 @@ bool PluginLoader::castPlugin(QObject* instance, const QString& libraryPath, con
             m_devices << device;
     } else if (auto* tool = answersTo<IToolPlugin>(instance, IToolPlugin_iid)) {
         if (start(*tool, libraryPath, settings))
-            insertTool(tool);
+            insertTool(tool, libraryPath);
     } else if (auto* process = answersTo<IProcessPlugin>(instance, IProcessPlugin_iid)) {
         if (start(*process, libraryPath, settings))
             m_processes << process;
+        m_objects.insert(process, instance);
     } else {
         return false;
     }
@@ -161,13 +163,16 @@ bool PluginLoader::castPlugin(QObject* instance, const QString& libraryPath, con
     return true;
 }
 
-void PluginLoader::insertTool(IToolPlugin* tool)
+// The group is asked for once: a tool may throw, or tell another one each time.
+void PluginLoader::insertTool(IToolPlugin* tool, const QString& path)
 {
-    int position = m_tools.size();
-    for (int i = m_tools.size() - 1; i >= 0; --i)
-        if (m_tools[i]->groupName() == tool->groupName()) {
-            position = i + 1;
-            break;
-        }
+    using Group = std::optional<QString>;
+    const Group group = guarded(
+        path, "groupName", [&] { return Group(tool->groupName()); }, Group());
+    if (!group)
+        return;
+    const int last = m_groups.lastIndexOf(*group);
+    const int position = last < 0 ? m_tools.size() : last + 1;
+    m_groups.insert(position, *group);
     m_tools.insert(position, tool);
 }

@@ -8,8 +8,10 @@
 #include <memory>
 #include <vector>
 
+#include <QHash>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 class IDevicePlugin;
 class IFilePlugin;
@@ -64,6 +66,10 @@ public:
     // Tools of one group stand together, groups in the order of their first tool.
     [[nodiscard]] const QList<IToolPlugin*>& toolPlugins() const { return m_tools; }
     [[nodiscard]] const QList<IProcessPlugin*>& processPlugins() const { return m_processes; }
+    // The group of each tool in toolPlugins().
+    [[nodiscard]] const QStringList& toolGroups() const { return m_groups; }
+    // Whose signals those of a process are.
+    [[nodiscard]] QObject* objectOf(const IProcessPlugin* process) const { return m_objects.value(process); }
 
 private:
     struct Candidate
@@ -76,11 +82,13 @@ private:
     };
     void list(const QString& folder, int depth);
     QObject* instantiate(Candidate& candidate) const;
-    void insertTool(IToolPlugin* tool);
+    void insertTool(IToolPlugin* tool, const QString& path);
 
     std::vector<Candidate> m_candidates;
     QList<IFilePlugin*> m_files;
     QList<IDevicePlugin*> m_devices;
     QList<IToolPlugin*> m_tools;
+    QStringList m_groups; // of m_tools
     QList<IProcessPlugin*> m_processes;
+    QHash<const IProcessPlugin*, QObject*> m_objects;
 };

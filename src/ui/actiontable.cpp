@@ -5,6 +5,7 @@
 
 #include <QAbstractItemView>
 #include <QAbstractSlider>
+#include <QAbstractSpinBox>
 #include <QAction>
 #include <QComboBox>
 #include <QCoreApplication>
@@ -39,8 +40,8 @@ QString withoutMnemonic(QString label)
 bool walksByKeys(const QObject* object)
 {
     return qobject_cast<const QAbstractItemView*>(object) || qobject_cast<const QAbstractSlider*>(object) ||
-           qobject_cast<const QComboBox*>(object) || qobject_cast<const OverviewBar*>(object) ||
-           qobject_cast<const DisplacementPad*>(object);
+           qobject_cast<const QComboBox*>(object) || qobject_cast<const QAbstractSpinBox*>(object) ||
+           qobject_cast<const OverviewBar*>(object) || qobject_cast<const DisplacementPad*>(object);
 }
 
 // Whoever walks through a panel by Tab goes on there.

@@ -10,10 +10,10 @@
 #include "ui/layerspanel.h"
 #include "ui/mainwindow.h"
 #include "ui/pictureexport.h"
+#include "ui/processmenu.h"
 #include "ui/recentfiles.h"
 #include "ui/viewmenu.h"
 
-#include <QActionGroup>
 #include <QCoreApplication>
 #include <QMenu>
 #include <QMenuBar>
@@ -350,36 +350,37 @@ std::vector<Row> displayRows(MainWindow& window)
     return rows;
 }
 
-struct BuiltInTool
+struct BrushKey
 {
     const char* id;
     const char* label;
     const char* keys;
-    EventId event;
+    void (DataManager::*signal)();
 };
 
-constexpr BuiltInTool builtInTools[] = {
-    {"toolsplayback", QT_TR_NOOP("Playback"), "P", EventId::ToolPlaybackActivate},
-    {"toolshand", QT_TR_NOOP("Hand"), "H", EventId::ToolPanActivate},
-    {"toolszoom", QT_TR_NOOP("Zoom"), "Z", EventId::ToolZoomActivate},
-    {"tools3d", QT_TR_NOOP("3D Perspective"), "D", EventId::ToolDisplaceActivate},
+constexpr BrushKey brushKeys[] = {
+    {"toolsincreasebrushsize", QT_TR_NOOP("Increase Brush Size"), "]", &DataManager::increaseBrushSize},
+    {"toolsdecreasebrushsize", QT_TR_NOOP("Decrease Brush Size"), "[", &DataManager::decreaseBrushSize},
+    {"toolsincreasebrushaspectratio", QT_TR_NOOP("Increase Brush Aspect Ratio"), "}",
+     &DataManager::increaseBrushAspectRatio},
+    {"toolsdecreasebrushaspectratio", QT_TR_NOOP("Decrease Brush Aspect Ratio"), "{",
+     &DataManager::decreaseBrushAspectRatio},
+    {"toolsincreasebrushhardness", QT_TR_NOOP("Increase Brush Hardness"), "Alt+]",
+     &DataManager::increaseBrushHardness},
+    {"toolsdecreasebrushhardness", QT_TR_NOOP("Decrease Brush Hardness"), "Alt+[",
+     &DataManager::decreaseBrushHardness},
 };
 
-// One at most is chosen; its key once more lays it down.
-void addTools(MainWindow& window, ActionTable& actions)
+void addBrushKeys(MainWindow& window, ActionTable& actions)
 {
-    auto* group = new QActionGroup(&window);
-    group->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
-    for (const BuiltInTool& tool : builtInTools) {
+    for (const BrushKey& key : brushKeys) {
         ActionRow row;
-        row.id = QString::fromLatin1(tool.id);
-        row.label = text(tool.label);
-        row.keys = QString::fromLatin1(tool.keys);
-        row.needsProject = true;
-        row.checkable = true;
-        group->addAction(actions.add(row, [event = tool.event](bool on) {
-            postEvent(nullptr, on ? event : EventId::ToolNoneActivate, nullptr);
-        }));
+        row.id = id(key.id);
+        row.label = text(key.label);
+        row.keys = QString::fromLatin1(key.keys);
+        actions.add(row, [&data = window.dataManager(), signal = key.signal](bool) {
+            Q_EMIT(data.*signal)();
+        });
     }
 }
 
@@ -483,9 +484,10 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     followEditing(window, actions);
     addRows(window, actions, projectRows(window));
     addRows(window, actions, layerRows(window));
+    buildProcessMenu(window, actions, window.processPlugins());
     addChannelCommands(*window.menuBar(), actions, window.channelsDisplay());
     addRows(window, actions, displayRows(window));
-    addTools(window, actions);
+    addBrushKeys(window, actions);
     buildViewMenu(window, actions);
     buildHelpMenu(window, actions);
     followExportBack(window, actions.action(id("fileexportback")));

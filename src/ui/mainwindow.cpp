@@ -6,6 +6,7 @@
 #include "plugins/ifileplugin.h"
 #include "plugins/iprocessplugin.h"
 #include "plugins/itoolplugin.h"
+#include "plugins/plugincall.h"
 #include "plugins/pluginloader.h"
 #include "projectfiles/hostservices.h"
 #include "projectfiles/projecttabs.h"
@@ -26,6 +27,7 @@
 #include "ui/statusreadout.h"
 #include "ui/stylesheet.h"
 #include "ui/supportinfo.h"
+#include "ui/toolbars.h"
 #include "ui/widgets/filechooser.h"
 #include "ui/widgets/messages.h"
 #include "ui/widgets/qdockwidgetext.h"
@@ -68,6 +70,14 @@ QStringList localFiles(const QMimeData& data)
     return paths;
 }
 
+// One that throws is named by nothing.
+template<class Plugin>
+QString descriptionOf(const Plugin& plugin)
+{
+    QString cause;
+    return callPlugin(cause, [&] { return plugin.description(); }).value_or(QString());
+}
+
 } // namespace
 
 MainWindow::MainWindow(bool embedded, QWidget* parent)
@@ -92,6 +102,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     m_layersPanel->setDesk(m_data->desk());
     m_recent = new RecentFiles(tr("Open &Recent"), this, this);
     m_actions = new ActionTable(*this);
+    m_toolBars = new ToolBars(*this, *m_actions, m_plugins->toolPlugins(), m_plugins->toolGroups());
     buildMainMenu(*this, *m_actions);
     m_status = new StatusReadout(this);
     statusBar()->addWidget(m_status, 1);
@@ -106,6 +117,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     connect(m_historyPanel, &HistoryPanel::duplicateProjectRequested, m_tabs,
             [this] { m_tabs->duplicateProject(); });
     connect(m_recent, &RecentFiles::chosen, m_tabs, [this](const QString& path) { m_tabs->parse(path); });
+    connectPlugins();
     qInfo("engine objects and connections initialized");
     qInfo("Setting shortcuts and properties");
     m_actions->publish();
@@ -113,6 +125,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     showTabState();
     if (const QString layout = appProperty("defaultlayout"); !layout.isEmpty())
         ::loadLayout(*this, layout);
+    m_toolBars->start();
     qInfo("UI Initialized");
     setMinimumSize(smallestWindow);
     if (!m_embedded)
@@ -124,6 +137,9 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
 
 MainWindow::~MainWindow()
 {
+    // The choice is kept for the next start; then the tool is left, while there is still a document.
+    delete m_toolBars;
+    postEvent(nullptr, EventId::ToolNoneActivate, nullptr);
     // The views and panels go first, then the projects whose layers they hold.
     qDeleteAll(m_panels);
     delete m_display;
@@ -148,6 +164,24 @@ void MainWindow::loadPlugins()
 QList<IFilePlugin*> MainWindow::filePlugins() const
 {
     return m_plugins->filePlugins();
+}
+
+QList<IProcessPlugin*> MainWindow::processPlugins() const
+{
+    return m_plugins->processPlugins();
+}
+
+// By name: the interfaces have no code of their own, so a plug-in may lack the signal.
+void MainWindow::connectPlugins()
+{
+    for (IToolPlugin* tool : m_plugins->toolPlugins())
+        if (tool->metaObject()->indexOfSignal("requestMouseEvent()") >= 0)
+            connect(tool, SIGNAL(requestMouseEvent()), m_data, SLOT(executeTool()), Qt::QueuedConnection);
+    for (const IProcessPlugin* process : m_plugins->processPlugins()) {
+        const QObject* object = m_plugins->objectOf(process);
+        if (object && object->metaObject()->indexOfSignal("previewToggled()") >= 0)
+            connect(object, SIGNAL(previewToggled()), m_data, SLOT(previewProcess()));
+    }
 }
 
 void MainWindow::buildCentral()
@@ -378,7 +412,7 @@ void MainWindow::showLibraries()
     QList<QStringList> rows;
     const auto add = [&rows](const auto& plugins, const QString& kind) {
         for (auto* plugin : plugins)
-            rows << QStringList{plugin->description(), kind};
+            rows << QStringList{descriptionOf(*plugin), kind};
     };
     add(m_plugins->filePlugins(), tr("File formats"));
     add(m_plugins->devicePlugins(), tr("Devices"));

@@ -18,12 +18,14 @@ class DisplayPanel;
 class HistoryPanel;
 class LayersPanel;
 class IFilePlugin;
+class IProcessPlugin;
 class PluginLoader;
 class ProjectTabs;
 class QDockWidgetExt;
 class QLocalServer;
 class RecentFiles;
 class StatusReadout;
+class ToolBars;
 
 // Owns the engine objects: the plug-ins, the project tabs, the channels display. A thin facade: what
 // a menu entry does is done by ProjectTabs, ChannelsDisplay or a dialog class of its own.
@@ -51,6 +53,8 @@ public:
     // The dock panels, in the order of the menu.
     [[nodiscard]] const QList<QDockWidgetExt*>& panels() const { return m_panels; }
     [[nodiscard]] QList<IFilePlugin*> filePlugins() const;
+    [[nodiscard]] QList<IProcessPlugin*> processPlugins() const;
+    [[nodiscard]] ToolBars& toolBars() { return *m_toolBars; }
 
     // How many records of the import queue were acted on, and which of their files did not open.
     [[nodiscard]] int importedRecords() const { return m_importedRecords; }
@@ -102,6 +106,7 @@ private:
     void loadPlugins();
     void buildCentral();
     void buildPanels();
+    void connectPlugins();
     void showTabState();
     [[nodiscard]] QList<QWidget*> compactWidgets(bool toolBars) const;
     void actOn(const SessionRecord& record);
@@ -123,6 +128,7 @@ private:
     DataManager* m_data = nullptr;
     RecentFiles* m_recent = nullptr;
     ActionTable* m_actions = nullptr;
+    ToolBars* m_toolBars = nullptr;
     StatusReadout* m_status = nullptr;
     // Each in one of m_panels.
     DisplayPanel* m_displayPanel = nullptr;

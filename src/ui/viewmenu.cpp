@@ -4,6 +4,7 @@
 #include "ui/actiontable.h"
 #include "ui/channelsmenu.h"
 #include "ui/mainwindow.h"
+#include "ui/toolbars.h"
 #include "ui/widgets/qdockwidgetext.h"
 
 #include <array>
@@ -133,6 +134,7 @@ void buildViewMenu(MainWindow& window, ActionTable& actions)
     new ViewSwitches(actions, view); // child of the menu
     view.addSeparator();
     addUnitMenus(view);
+    view.addMenu(window.toolBars().makeMenu(&view));
     addPanels(window, view);
     addLayouts(window, actions, view);
     view.addSeparator();

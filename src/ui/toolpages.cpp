@@ -1,0 +1,72 @@
+#include "ui/toolpages.h"
+
+#include "model/events.h"
+#include "ui/mainwindow.h"
+#include "ui/widgets/usersettings.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QCoreApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVariant>
+
+namespace {
+
+void store(const char* key, const QVariant& value)
+{
+    QCoreApplication::instance()->setProperty(key, value);
+    UserSettings().setValue(QString::fromLatin1(key), value);
+}
+
+QHBoxLayout* makeRow(QWidget* page)
+{
+    auto* row = new QHBoxLayout(page);
+    row->setContentsMargins(6, 0, 6, 0);
+    row->setSpacing(12);
+    return row;
+}
+
+QCheckBox* makeCheck(const QString& text, const char* key, QWidget* page)
+{
+    auto* box = new QCheckBox(text, page);
+    box->setChecked(QCoreApplication::instance()->property(key).toBool());
+    QObject::connect(box, &QCheckBox::toggled, page, [key](bool on) { store(key, on); });
+    return box;
+}
+
+} // namespace
+
+QWidget* makePlaybackPage(QWidget* parent)
+{
+    auto* page = new QWidget(parent);
+    QHBoxLayout* row = makeRow(page);
+    row->addWidget(makeCheck(MainWindow::tr("Scrubbing"), "playbackscrubbing", page));
+    row->addWidget(makeCheck(MainWindow::tr("Hold to play"), "playbackhold", page));
+    row->addStretch();
+    return page;
+}
+
+QWidget* makeZoomPage(QWidget* parent)
+{
+    auto* page = new QWidget(parent);
+    QHBoxLayout* row = makeRow(page);
+    auto* label = new QLabel(MainWindow::tr("Zoom:"), page);
+    auto* modes = new QComboBox(page);
+    modes->setAccessibleName(MainWindow::tr("Zoom"));
+    modes->addItems({MainWindow::tr("Drag a Frame, Click In"), MainWindow::tr("Click Out"),
+                     MainWindow::tr("Drag to Stretch, Click In"),
+                     MainWindow::tr("Drag to Stretch, Click Out")});
+    modes->setCurrentIndex(
+        qBound(0, QCoreApplication::instance()->property("zoommode").toInt(), modes->count() - 1));
+    label->setBuddy(modes);
+    QObject::connect(modes, QOverload<int>::of(&QComboBox::activated), page, [](int mode) {
+        store("zoommode", mode);
+        // The views take the mode over when the tool is chosen.
+        postEvent(nullptr, EventId::ToolZoomActivate, nullptr);
+    });
+    row->addWidget(label);
+    row->addWidget(modes);
+    row->addStretch();
+    return page;
+}
