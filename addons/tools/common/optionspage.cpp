@@ -120,6 +120,7 @@ void OptionsPage::addField(SelectionField f, const QString& label, const QString
     made.label = new QLabel(label, this);
     made.edit = new QLineEdit(this);
     made.suffix = new QLabel(this);
+    made.suffix->hide(); // until it has a text
     made.edit->setObjectName(QLatin1String(names[size_t(f)]));
     made.edit->setToolTip(hint);
     made.edit->setAccessibleName(hint);
@@ -177,6 +178,7 @@ void OptionsPage::follow(const PluginContext& context)
         if (known)
             f.suffix->setText(isTime(SelectionField(i)) ? context.convert->timeSuffix()
                                                         : context.convert->freqSuffix());
+        f.suffix->setVisible(!f.suffix->text().isEmpty());
     }
     const bool shown = known && (selected || area != Area());
     show(SelectionField::Start, shown ? time(area.x) : QString());
