@@ -14,6 +14,7 @@
 #include <QMenuBar>
 #include <QTableWidget>
 #include <QTest>
+#include <QToolBar>
 
 namespace {
 
@@ -202,8 +203,17 @@ TEST_F(WindowLayoutTest, TabInTheViewsTakesThePanelsAwayAndBringsBackThoseThatWe
     QTest::keyClick(view, Qt::Key_Backtab, Qt::ShiftModifier);
     for (int i = 0; i < 4; ++i)
         EXPECT_TRUE(panel(i).isHidden()) << i;
+    // The tool bars were still there.
+    const QList<QToolBar*> bars = m_window->findChildren<QToolBar*>(QString(), Qt::FindDirectChildrenOnly);
+    ASSERT_FALSE(bars.isEmpty());
+    EXPECT_FALSE(bars[0]->isHidden());
     QTest::keyClick(view, Qt::Key_Tab);
+    EXPECT_TRUE(bars[0]->isHidden());
+    EXPECT_TRUE(panel(0).isHidden());
+    QTest::keyClick(view, Qt::Key_Tab);
+    EXPECT_FALSE(bars[0]->isHidden());
     EXPECT_FALSE(panel(0).isHidden());
+    EXPECT_TRUE(panel(2).isHidden());
 }
 
 TEST_F(WindowLayoutTest, TabInAPanelLeadsToItsNextControl)
