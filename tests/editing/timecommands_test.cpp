@@ -205,8 +205,7 @@ TEST(TimeCommands, TheDialogWorksByKeysAlone)
     });
     session.data.insertTime();
     EXPECT_EQ(session.ranges()[0], (Range{0, 40011}));
-    DialogScript second;
-    second.on("Insert Time", [&](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    script.on("Insert Time", [&](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
     session.data.insertTime();
     EXPECT_EQ(session.rows(), (QStringList{"New", "Insert Time"}));
 }

@@ -81,7 +81,8 @@ int runChild(const char* test, const QString& file)
     process.start(QFile::symLinkTarget(QStringLiteral("/proc/self/exe")),
                   {QStringLiteral("--gtest_also_run_disabled_tests"),
                    QStringLiteral("--gtest_filter=PlanningChild.DISABLED_") + QLatin1String(test)});
-    return process.waitForFinished(testsupport::patient(120000)) && process.exitStatus() == QProcess::NormalExit
+    return process.waitForFinished(testsupport::patient(120000)) &&
+                   process.exitStatus() == QProcess::NormalExit
                ? process.exitCode()
                : -1;
 }
@@ -281,15 +282,15 @@ void write(const QString& path, const QByteArray& text)
     file.write(text);
 }
 
-// What FFTW writes about a measured plan of this length, and no other.
+// What FFTW writes about the measured plan behind a forward transform of so many reals, an even number, and
+// of no other: it is a complex one of half the length. A plan of FFTW's own for reals need not hold that.
 QByteArray wisdomFor(int length)
 {
-    ArrayTemplate<float> source(length);
-    ArrayTemplate<Complex> spectrum(length);
+    ArrayTemplate<Complex> source(length / 2), spectrum(length / 2);
     fftwf_forget_wisdom();
-    fftwf_destroy_plan(fftwf_plan_dft_r2c_1d(length, source.data(),
-                                             reinterpret_cast<fftwf_complex*>(spectrum.data()),
-                                             FFTW_MEASURE | FFTW_PRESERVE_INPUT));
+    fftwf_destroy_plan(fftwf_plan_dft_1d(length / 2, reinterpret_cast<fftwf_complex*>(source.data()),
+                                         reinterpret_cast<fftwf_complex*>(spectrum.data()), FFTW_FORWARD,
+                                         FFTW_MEASURE | FFTW_PRESERVE_INPUT));
     char* text = fftwf_export_wisdom_to_string();
     const QByteArray copy(text);
     std::free(text);
