@@ -1,10 +1,10 @@
 #include "projectfiles/projectbinary.h"
 
 #include "base/safefile.h"
+#include "model/worksteps.h"
 #include "projectfiles/projectfields.h"
 #include "projectfiles/recordids.h"
 #include "projectfiles/savedlayer.h"
-#include "model/worksteps.h"
 
 #include <cmath>
 #include <utility>

@@ -1,10 +1,10 @@
 // What the readers of both forms have in common.
 #pragma once
 
+#include "model/worksteps.h"
 #include "projectfiles/damagelist.h"
 #include "projectfiles/layerfactory.h"
 #include "projectfiles/projecttree.h"
-#include "model/worksteps.h"
 
 #include <optional>
 

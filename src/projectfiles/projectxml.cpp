@@ -2,10 +2,10 @@
 
 #include "base/platform.h"
 #include "base/safefile.h"
+#include "model/worksteps.h"
 #include "projectfiles/projectfields.h"
 #include "projectfiles/savedlayer.h"
 #include "projectfiles/sidecars.h"
-#include "model/worksteps.h"
 #include "projectfiles/xmllimits.h"
 
 #include <algorithm>

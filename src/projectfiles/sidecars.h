@@ -1,8 +1,8 @@
 // The sample files beside a manifest that a user saves.
 #pragma once
 
-#include "projectfiles/savedlayer.h"
 #include "model/worksteps.h"
+#include "projectfiles/savedlayer.h"
 
 #include <QString>
 

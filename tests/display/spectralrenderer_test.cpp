@@ -2,8 +2,8 @@
 
 #include "display/memorylayer.h"
 #include "display/referencestft.h"
-#include "support/wav.h"
 #include "support/testsupport.h"
+#include "support/wav.h"
 
 #include <gtest/gtest.h>
 
