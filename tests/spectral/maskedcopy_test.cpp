@@ -514,14 +514,12 @@ TEST(MaskedCopy, MemoryDoesNotFollowTheLengthOfTheSelection)
     const LayerPtr target = emptyLayer(c.format);
     const int64_t before = anonymousKilobytes();
     ASSERT_GT(before, 0);
-    if (testsupport::isSanitized())
-        GTEST_SKIP() << "sanitizers keep memory of their own";
     int64_t most = 0;
     ASSERT_TRUE(copyMasked(layer, target, areaOf(c, all), [&](int, int) {
                     most = std::max(most, anonymousKilobytes());
                     return true;
                 }).isDone());
-    EXPECT_LT(most - before, 64 * 1024);
+    EXPECT_TRUE(testsupport::isSanitized() || most - before < 64 * 1024) << most - before;
     std::vector<float> middle(1000);
     target->read(middle.data(), {c.frames / 2 + 100, 1000}, 0, true);
     EXPECT_LT(largestDifference(middle, {block.begin() + 100, block.begin() + 1100}), 1e-6);
