@@ -4,9 +4,11 @@
 #include "display/channelview.h"
 #include "display/displacement.h"
 #include "display/layertextures.h"
+#include "display/movegesture.h"
 #include "display/spectraltexture.h"
 
 #include <memory>
+#include <optional>
 
 #include <QCursor>
 #include <QTimer>
@@ -53,6 +55,7 @@ public:
     void toolEvent(EventId id) override;
     void toolPluginEvent(EventId id, const ToolActivation& tool) override;
     void cursorEvent(EventId id, const QCursor& cursor) override;
+    void moveTransformEvent(EventId id, const MoveTransform& value) override;
 
 protected:
     void cursorChanged() override { updateCursor(Qt::NoModifier); }
@@ -69,7 +72,14 @@ protected:
 private:
     using Textures = LayerTextures<SpectralTexture>;
     // What the pressed button does.
-    enum class Drag { None, Pan, Displace, Pointer, Zoom, Play };
+    enum class Drag { None, Pan, Displace, Pointer, Zoom, Play, Move };
+    // Of the move tool, from the press on a handle to the release.
+    struct MoveDrag
+    {
+        movegesture::Grip grip;
+        QPointF pressPixel;
+        bool started = false; // Start was posted
+    };
 
     void readProperties();
 
@@ -91,6 +101,7 @@ private:
     void selectionPass();
     void spectralMarkersPass();
     void drawingPass();
+    void moveFramePass();
     void controlsPass();
 
     [[nodiscard]] Drag dragFor(Qt::MouseButton button, Qt::KeyboardModifiers modifiers) const;
@@ -104,9 +115,23 @@ private:
     void dragZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
     void endZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
     void zoomBy(double horizontal, double vertical, const QPointF& pixel);
+    // The control within reach of a pixel, -1 for none.
+    [[nodiscard]] int32_t controlAt(const QPointF& pixel) const;
     void hoverControls(const QPointF& pixel);
     void displace(const Displacement& value);
     void wheelZoom(double dx, double dy, const QPointF& pixel);
+
+    // spectralchannelmove.cpp
+    // The bounding rectangle of what the move tool moves, at rest; empty without one.
+    [[nodiscard]] Area restArea() const;
+    // Where a control is seen, which the move tool's gesture may have taken away from its place.
+    [[nodiscard]] PointD controlPosition(int control) const;
+    [[nodiscard]] MoveHandle moveHandleAt(const QPointF& pixel) const;
+    [[nodiscard]] QCursor moveCursor() const;
+    void activateLayerAt(double time);
+    void beginMove(const QPointF& pixel);
+    void dragMove(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
+    void endMove();
 
     std::shared_ptr<const Transform> m_transform;
     float m_lowdB = -90;
@@ -134,6 +159,8 @@ private:
     int m_zoomMode = 0;
     QPointF m_pressPixel;
     Area m_pressArea;
+    std::optional<MoveDrag> m_moveDrag;
+    MoveTransform m_move; // of the gesture in work, in whichever view it is
     // Runs while marching ants are on the screen.
     QTimer m_antsTimer;
 };

@@ -62,6 +62,8 @@ SpectralChannel::Drag SpectralChannel::dragFor(Qt::MouseButton button, Qt::Keybo
         return Drag::Displace;
     case EventId::ToolPlaybackActivate:
         return Drag::Play;
+    case EventId::ToolMoveActivate:
+        return Drag::Move;
     default:
         return Drag::Pointer;
     }
@@ -80,6 +82,8 @@ void SpectralChannel::updateCursor(Qt::KeyboardModifiers modifiers)
         return setCursor(QCursor(QPixmap(QStringLiteral(":/stylesheets/zoomcursor.png"))));
     case Drag::Play:
         return setCursor(playCursor());
+    case Drag::Move:
+        return setCursor(moveCursor());
     default:
         return setCursor(m_tool == EventId::ToolPluginActivate ? m_toolCursor : QCursor());
     }
@@ -93,8 +97,8 @@ void SpectralChannel::mousePressEvent(QMouseEvent* event)
     const bool begins = m_drag == Drag::None || m_drag == Drag::Pointer;
     if (begins)
         m_drag = dragFor(event->button(), event->modifiers());
-    updateCursor(event->modifiers());
     m_lastPixel = pixel;
+    updateCursor(event->modifiers());
     m_dragDisplacement = m_displacement;
     if (m_drag == Drag::Pointer)
         movePointer(pixel, pressureOf(*event), event->modifiers());
@@ -102,16 +106,18 @@ void SpectralChannel::mousePressEvent(QMouseEvent* event)
         beginZoom(pixel);
     else if (begins && m_drag == Drag::Play)
         beginPlaying(pixel.x());
+    else if (begins && m_drag == Drag::Move)
+        beginMove(pixel);
 }
 
 void SpectralChannel::mouseMoveEvent(QMouseEvent* event)
 {
     if (m_blocked)
         return;
-    updateCursor(event->modifiers());
     const QPointF pixel = event->localPos();
     const QPointF moved = pixel - m_lastPixel;
     m_lastPixel = pixel;
+    updateCursor(event->modifiers());
     if (m_drag == Drag::Pan && hasValidFormat()) {
         // What is under the pointer stays there.
         showArea(viewgeometry::panned(m_convert, m_viewArea, -moved.x() / width(), moved.y() / height()));
@@ -124,6 +130,8 @@ void SpectralChannel::mouseMoveEvent(QMouseEvent* event)
         dragZoom(pixel, event->modifiers());
     } else if (m_drag == Drag::Play) {
         scrub(pixel.x());
+    } else if (m_drag == Drag::Move) {
+        dragMove(pixel, event->modifiers());
     } else {
         movePointer(pixel, pressureOf(*event), event->modifiers());
     }
@@ -135,9 +143,11 @@ void SpectralChannel::mouseReleaseEvent(QMouseEvent* event)
     const bool last = event->buttons() == Qt::NoButton;
     if (last)
         m_drag = Drag::None;
-    // What plays is stopped even where the view is blocked by now.
+    // What plays is stopped, and what was moved comes down, even where the view is blocked by now.
     if (last && ended == Drag::Play)
         endPlaying();
+    if (last && ended == Drag::Move)
+        endMove();
     if (m_blocked)
         return;
     updateCursor(event->modifiers());

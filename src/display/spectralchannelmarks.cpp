@@ -217,11 +217,23 @@ void SpectralChannel::drawingPass()
     drawStrokes(lines, linePixels(), colorOf("colordrawing", "#b4b4b4"));
 }
 
+// On whole pixels and inside the rectangle, so that all edges are seen where it fills the view.
+void SpectralChannel::moveFramePass()
+{
+    if (m_drawing.path.isEmpty())
+        return;
+    const Area area = m_move.moved(restArea());
+    const QRectF rect(toFrame({area.x, area.y + area.height}), toFrame({area.x + area.width, area.y}));
+    QVector<QRectF> edges;
+    appendFrame(edges, onWholePixels(rect), linePixels());
+    drawRects(edges, colorOf("colordrawing", "#b4b4b4"));
+}
+
 void SpectralChannel::controlsPass()
 {
     QVector<QPointF> plain, hovered;
     for (int i = 0; i < m_controls.size(); ++i)
-        (i == m_controlId ? hovered : plain) << toFrame(m_controls[i].position);
+        (i == m_controlId ? hovered : plain) << toFrame(controlPosition(i));
     const QColor color = colorOf("colorcontrols", "#dcdcdc");
     drawDiscs(plain, controlSize * devicePixelRatioF(), color);
     drawDiscs(hovered, hoveredSize * devicePixelRatioF(), color);

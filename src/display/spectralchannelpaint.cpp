@@ -73,7 +73,10 @@ void SpectralChannel::paintGL()
             spectralMarkersPass();
         transportPass();
         if (isAddressed()) {
-            drawingPass();
+            if (m_tool == EventId::ToolMoveActivate)
+                moveFramePass();
+            else
+                drawingPass();
             controlsPass();
         }
     }

@@ -20,6 +20,7 @@ constexpr double clickOctaves = 0.25;
 
 void SpectralChannel::toolEvent(EventId id)
 {
+    endMove(); // a key may change the tool while the button is held
     m_tool = id;
     m_drawing = {};
     if (id == EventId::ToolZoomActivate)
@@ -54,19 +55,25 @@ PointD SpectralChannel::snapped(const PointD& position) const
 }
 
 // The last one among equals.
-void SpectralChannel::hoverControls(const QPointF& pixel)
+int32_t SpectralChannel::controlAt(const QPointF& pixel) const
 {
     const double ratio = devicePixelRatioF();
     int32_t found = -1;
     double reach = controlReach;
     if (isAddressed())
         for (int i = 0; i < m_controls.size(); ++i) {
-            const QPointF at = toFrame(m_controls[i].position) / ratio - pixel;
+            const QPointF at = toFrame(controlPosition(i)) / ratio - pixel;
             if (const double distance = std::hypot(at.x(), at.y()); distance <= reach) {
                 reach = distance;
                 found = i;
             }
         }
+    return found;
+}
+
+void SpectralChannel::hoverControls(const QPointF& pixel)
+{
+    const int32_t found = controlAt(pixel);
     if (found == m_controlId)
         return;
     m_controlId = found;
