@@ -66,6 +66,13 @@ bool isWalkingKey(const QKeyEvent& event)
 
 } // namespace
 
+void tellKeys(QAction& action)
+{
+    const QString keys = action.shortcut().toString(QKeySequence::NativeText);
+    if (!keys.isEmpty())
+        action.setToolTip(QStringLiteral("%1 (%2)").arg(action.toolTip(), keys));
+}
+
 ActionTable::ActionTable(QWidget& window) : QObject(&window), m_window(window)
 {
     QCoreApplication::instance()->installEventFilter(this);

@@ -24,6 +24,9 @@ struct ActionRow
     bool checkable = false;
 };
 
+// Puts the first key of an action behind its tool tip: "Rectangle (M)".
+void tellKeys(QAction& action);
+
 // Makes the actions by their rows. Keys are the user's own where the property `shortcuts` (a hash
 // from id to portable text, ';'-separated) has an entry for the id, otherwise those of the row.
 // The defaults are published in the property `defaultsettings` under "shortcuts", the labels in the

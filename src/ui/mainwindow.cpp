@@ -102,8 +102,9 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     m_layersPanel->setDesk(m_data->desk());
     m_recent = new RecentFiles(tr("Open &Recent"), this, this);
     m_actions = new ActionTable(*this);
-    m_toolBars = new ToolBars(*this, *m_actions, m_plugins->toolPlugins(), m_plugins->toolGroups());
+    m_toolBars = new ToolBars(*this);
     buildMainMenu(*this, *m_actions);
+    m_toolBars->fill(*m_actions, m_plugins->toolPlugins(), m_plugins->toolGroups());
     m_status = new StatusReadout(this);
     statusBar()->addWidget(m_status, 1);
     statusBar()->setSizeGripEnabled(false);

@@ -6,6 +6,7 @@
 #include "plugins/itoolplugin.h"
 #include "plugins/plugincall.h"
 #include "ui/actiontable.h"
+#include "ui/editbar.h"
 #include "ui/mainwindow.h"
 #include "ui/toolpages.h"
 #include "ui/widgets/qtoolbarext.h"
@@ -64,14 +65,6 @@ void store(const char* key, const QVariant& value)
     UserSettings().setValue(QString::fromLatin1(key), value);
 }
 
-// "Rectangle (M)".
-void tellKeys(QAction* action)
-{
-    const QString keys = action->shortcut().toString(QKeySequence::NativeText);
-    if (!keys.isEmpty())
-        action->setToolTip(QStringLiteral("%1 (%2)").arg(action->toolTip(), keys));
-}
-
 bool isOwnKey(const QEvent& event)
 {
     const auto& key = static_cast<const QKeyEvent&>(event);
@@ -81,12 +74,12 @@ bool isOwnKey(const QEvent& event)
 
 } // namespace
 
-ToolBars::ToolBars(MainWindow& window, ActionTable& actions, const QList<IToolPlugin*>& tools,
-                   const QStringList& groups)
+ToolBars::ToolBars(MainWindow& window)
     : QObject(&window),
       IEvent(QStringLiteral("ToolBars")),
       m_window(window),
       m_group(new QActionGroup(this)),
+      m_edit(new EditBar(&window)),
       m_tools(new QToolBarExt(MainWindow::tr("Tools"), &window)),
       m_settings(new QToolBar(MainWindow::tr("Tool Settings"), &window)),
       m_pages(new QStackedWidget(m_settings)),
@@ -99,16 +92,13 @@ ToolBars::ToolBars(MainWindow& window, ActionTable& actions, const QList<IToolPl
     m_settings->setObjectName(QStringLiteral("toolssettings"));
     m_settings->setAccessibleName(m_settings->windowTitle());
     m_settings->addWidget(m_pages);
+    nameExtension(*m_settings);
     m_pages->addWidget(m_noPage);
+    window.addToolBar(Qt::TopToolBarArea, m_edit);
+    // A line of its own: the options of some tools need the whole width.
+    window.addToolBarBreak(Qt::TopToolBarArea);
     window.addToolBar(Qt::TopToolBarArea, m_settings);
     window.addToolBar(Qt::LeftToolBarArea, m_tools);
-    for (int i = 0; i < tools.size(); ++i) {
-        if (i > 0 && groups.value(i) != groups.value(i - 1))
-            m_tools->beginSection();
-        addPlugin(tools[i], actions);
-    }
-    m_tools->beginSection();
-    addBuiltIns(actions);
     QCoreApplication::instance()->installEventFilter(this);
     m_again.setSingleShot(true);
     m_again.setInterval(0);
@@ -117,6 +107,18 @@ ToolBars::ToolBars(MainWindow& window, ActionTable& actions, const QList<IToolPl
             choose(m_shown, activeMode(m_entries[m_shown]));
     });
     connect(&window.dataManager(), &DataManager::toolFailed, this, [this] { m_failed = true; });
+}
+
+void ToolBars::fill(ActionTable& actions, const QList<IToolPlugin*>& tools, const QStringList& groups)
+{
+    m_edit->fill(actions);
+    for (int i = 0; i < tools.size(); ++i) {
+        if (i > 0 && groups.value(i) != groups.value(i - 1))
+            m_tools->beginSection();
+        addPlugin(tools[i], actions);
+    }
+    m_tools->beginSection();
+    addBuiltIns(actions);
 }
 
 void ToolBars::addPlugin(IToolPlugin* plugin, ActionTable& actions)
@@ -184,7 +186,7 @@ void ToolBars::addEntry(const Entry& entry)
         QAction* action = entry.modes[mode];
         action->setCheckable(true);
         m_group->addAction(action);
-        tellKeys(action);
+        tellKeys(*action);
         connect(action, &QAction::triggered, this, [this, index, mode] { choose(index, mode); });
     }
     if (!entry.modes.contains(entry.button->defaultAction()))
@@ -284,6 +286,7 @@ QWidget* ToolBars::page() const
 QMenu* ToolBars::makeMenu(QWidget* parent) const
 {
     auto* menu = new QMenu(MainWindow::tr("Toolbars"), parent);
+    menu->addAction(m_edit->toggleViewAction());
     menu->addAction(m_settings->toggleViewAction());
     menu->addAction(m_tools->toggleViewAction());
     return menu;

@@ -9,6 +9,7 @@
 #include <QTimer>
 
 class ActionTable;
+class EditBar;
 class IToolPlugin;
 class MainWindow;
 class QAction;
@@ -20,10 +21,10 @@ class QToolBarExt;
 class QToolButton;
 class QWidget;
 
-// Builds the bars "Tools" and "Tool Settings": a button for each plug-in tool, in sections by group, and
-// those of the built-in tools. One tool at most is chosen. The choice goes out as an event, and what
-// is checked and shown follows the event, whoever has posted it; it is stored for the next start. A project
-// that comes to the front lays the tool down, and it is chosen again as soon as the project is told.
+// The bars "Edit", "Tool Settings" and "Tools", the last with a button for each plug-in tool, in sections by
+// group, and those of the built-in tools. One tool at most is chosen. The choice goes out as an event, and
+// what is checked and shown follows the event, whoever has posted it; it is stored for the next start. A
+// project that comes to the front lays the tool down, and it is chosen again as soon as the project is told.
 //
 // While a tool draws an outline, Return and Escape in the channels are its own. GUI thread.
 class ToolBars : public QObject, public IEvent
@@ -31,15 +32,16 @@ class ToolBars : public QObject, public IEvent
     Q_OBJECT
 
 public:
-    // Rows of the shortcut table are made for all tools. A plug-in that throws or has no button is left out,
-    // with a warning that names it. `groups`: that of each tool.
-    ToolBars(MainWindow& window, ActionTable& actions, const QList<IToolPlugin*>& tools,
-             const QStringList& groups);
+    explicit ToolBars(MainWindow& window);
+    // Once `actions` has the rows of the menus; rows are added to it for all tools. A plug-in that throws or
+    // has no button is left out, with a warning that names it. `groups`: that of each tool.
+    void fill(ActionTable& actions, const QList<IToolPlugin*>& tools, const QStringList& groups);
 
     // Chooses the tool of the properties `defaulttool`, `defaulttoolplugin` and `defaulttoolmode`; where they
     // name none that is there, the first plug-in.
     void start();
 
+    [[nodiscard]] EditBar* edit() const { return m_edit; }
     [[nodiscard]] QToolBarExt* tools() const { return m_tools; }
     [[nodiscard]] QToolBar* settings() const { return m_settings; }
     // The page of the chosen tool; an empty one where it has none.
@@ -72,6 +74,7 @@ private:
 
     MainWindow& m_window;
     QActionGroup* m_group;
+    EditBar* m_edit;
     QToolBarExt* m_tools;
     QToolBar* m_settings;
     QStackedWidget* m_pages;

@@ -3,6 +3,7 @@
 
 #include "editing/datamanager.h"
 #include "plugins/itoolplugin.h"
+#include "ui/editbar.h"
 #include "ui/historypanel.h"
 #include "ui/toolbars.h"
 #include "ui/widgets/qtoolbarext.h"
@@ -270,12 +271,17 @@ TEST_F(ToolBarsTest, BarsAreHiddenByTheViewMenuAndWalkedByArrows)
         if (entry->text() == QLatin1String("Toolbars"))
             toolbars = entry->menu();
     ASSERT_NE(toolbars, nullptr);
-    ASSERT_EQ(toolbars->actions().size(), 2);
-    EXPECT_EQ(toolbars->actions()[0]->text(), QStringLiteral("Tool Settings"));
-    toolbars->actions()[0]->trigger();
-    EXPECT_FALSE(bars().settings()->isVisible());
-    toolbars->actions()[0]->trigger();
-    EXPECT_TRUE(bars().settings()->isVisible());
+    QStringList titles;
+    for (const QAction* entry : toolbars->actions())
+        titles << entry->text();
+    EXPECT_EQ(titles, (QStringList{"Edit", "Tool Settings", "Tools"}));
+    const QList<QToolBar*> all{bars().edit(), bars().settings(), bars().tools()};
+    for (int i = 0; i < all.size(); ++i) {
+        toolbars->actions()[i]->trigger();
+        EXPECT_FALSE(all[i]->isVisible()) << i;
+        toolbars->actions()[i]->trigger();
+        EXPECT_TRUE(all[i]->isVisible()) << i;
+    }
     const QList<QToolButton*> buttons = bars().tools()->buttons();
     for (const QToolButton* each : buttons)
         EXPECT_FALSE(each->accessibleName().isEmpty() || each->toolTip().isEmpty());

@@ -17,12 +17,33 @@ bool opensMenu(const QKeyEvent& event)
            (event.key() == Qt::Key_Down && event.modifiers() & Qt::AltModifier);
 }
 
-bool isArrow(int key)
+} // namespace
+
+bool isPlainArrow(const QKeyEvent& key)
 {
-    return key >= Qt::Key_Left && key <= Qt::Key_Down;
+    return key.key() >= Qt::Key_Left && key.key() <= Qt::Key_Down && !(key.modifiers() & ~Qt::KeypadModifier);
 }
 
-} // namespace
+void focusNextButton(const QList<QToolButton*>& buttons, QToolButton* from, int key)
+{
+    const int step = key == Qt::Key_Left || key == Qt::Key_Up ? -1 : 1;
+    int at = buttons.indexOf(from);
+    do
+        at += step;
+    while (at >= 0 && at < buttons.size() && !(buttons[at]->isEnabled() && buttons[at]->isVisible()));
+    if (at >= 0 && at < buttons.size())
+        buttons[at]->setFocus(Qt::OtherFocusReason);
+}
+
+void nameExtension(QToolBar& bar)
+{
+    auto* button = bar.findChild<QToolButton*>(QStringLiteral("qt_toolbar_ext_button"));
+    if (!button)
+        return;
+    button->setAccessibleName(QToolBarExt::tr("More of %1").arg(bar.windowTitle()));
+    button->setToolTip(button->accessibleName());
+    button->setFocusPolicy(Qt::TabFocus);
+}
 
 QToolBarExt::QToolBarExt(const QString& title, QWidget* parent)
     : QToolBar(title, parent),
@@ -113,20 +134,6 @@ void QToolBarExt::layOut()
     }
 }
 
-bool QToolBarExt::walk(QObject* from, int key)
-{
-    QList<QToolButton*> all = buttons();
-    all.prepend(m_switch);
-    const int step = key == Qt::Key_Left || key == Qt::Key_Up ? -1 : 1;
-    int at = all.indexOf(static_cast<QToolButton*>(from));
-    do
-        at += step;
-    while (at >= 0 && at < all.size() && !all[at]->isEnabled());
-    if (at >= 0 && at < all.size())
-        all[at]->setFocus(Qt::OtherFocusReason);
-    return true;
-}
-
 bool QToolBarExt::eventFilter(QObject* object, QEvent* event)
 {
     if (event->type() != QEvent::ShortcutOverride && event->type() != QEvent::KeyPress)
@@ -138,7 +145,7 @@ bool QToolBarExt::eventFilter(QObject* object, QEvent* event)
     const QList<QKeySequence> own =
         button && button->defaultAction() ? button->defaultAction()->shortcuts() : QList<QKeySequence>();
     const bool click = own.contains(QKeySequence(key.key() | int(key.modifiers())));
-    if (!menu && !click && !(isArrow(key.key()) && !(key.modifiers() & ~Qt::KeypadModifier)))
+    if (!menu && !click && !isPlainArrow(key))
         return QToolBar::eventFilter(object, event);
     if (event->type() == QEvent::ShortcutOverride) {
         event->accept();
@@ -149,6 +156,6 @@ bool QToolBarExt::eventFilter(QObject* object, QEvent* event)
     else if (click)
         button->click();
     else
-        walk(object, key.key());
+        focusNextButton(QList<QToolButton*>{m_switch} + buttons(), button, key.key());
     return true;
 }

@@ -4,7 +4,15 @@
 #include <QList>
 #include <QToolBar>
 
+class QKeyEvent;
 class QToolButton;
+
+// An arrow key without modifiers.
+[[nodiscard]] bool isPlainArrow(const QKeyEvent& key);
+// Moves the focus by an arrow key to the next (or previous) of `buttons` that shows and is enabled.
+void focusNextButton(const QList<QToolButton*>& buttons, QToolButton* from, int key);
+// The button that a tool bar shows where it has no room for all its contents: words and keys for it.
+void nameExtension(QToolBar& bar);
 
 // Its first button switches between one lane and two. Arrow keys walk from button to button; Alt and the
 // down arrow, F4 or the menu key open the menu of a button that has one.
@@ -34,7 +42,6 @@ Q_SIGNALS:
 
 private:
     void layOut();
-    bool walk(QObject* from, int key);
 
     QWidget* m_body;
     QToolButton* m_switch;
