@@ -9,6 +9,7 @@
 #include "ui/editbar.h"
 #include "ui/mainwindow.h"
 #include "ui/toolpages.h"
+#include "ui/toolreset.h"
 #include "ui/widgets/qtoolbarext.h"
 #include "ui/widgets/usersettings.h"
 
@@ -79,6 +80,7 @@ ToolBars::ToolBars(MainWindow& window)
       IEvent(QStringLiteral("ToolBars")),
       m_window(window),
       m_group(new QActionGroup(this)),
+      m_reset(new ToolReset(window.channelsDisplay(), this)),
       m_edit(new EditBar(&window)),
       m_tools(new QToolBarExt(MainWindow::tr("Tools"), &window)),
       m_settings(new QToolBar(MainWindow::tr("Tool Settings"), &window)),
@@ -119,6 +121,8 @@ void ToolBars::fill(ActionTable& actions, const QList<IToolPlugin*>& tools, cons
     }
     m_tools->beginSection();
     addBuiltIns(actions);
+    m_tools->beginSection();
+    addReset(actions);
 }
 
 void ToolBars::addPlugin(IToolPlugin* plugin, ActionTable& actions)
@@ -195,8 +199,41 @@ void ToolBars::addEntry(const Entry& entry)
         entry.button->setPopupMode(QToolButton::MenuButtonPopup);
     entry.button->setAccessibleName(entry.name);
     m_tools->addButton(entry.button);
-    if (entry.page)
-        m_pages->addWidget(entry.page);
+    if (!entry.page)
+        return;
+    m_pages->addWidget(entry.page);
+    m_reset->remember(entry.page);
+}
+
+void ToolBars::addReset(ActionTable& actions)
+{
+    ActionRow row;
+    row.id = QStringLiteral("toolsreset");
+    row.label = MainWindow::tr("Reset All Tools");
+    row.tip = MainWindow::tr("Tools, their options and the view as they were at the beginning");
+    QAction* action = actions.add(row, [this](bool) {
+        m_reset->resetAll();
+        resetModes();
+    });
+    action->setIcon(QIcon(QStringLiteral(":/icons/reset.png")));
+    tellKeys(*action);
+    auto* button = new QToolButton(m_tools);
+    button->setDefaultAction(action);
+    button->setAccessibleName(row.label);
+    m_tools->addButton(button);
+}
+
+// The tool that is chosen stays so.
+void ToolBars::resetModes()
+{
+    for (const Entry& entry : qAsConst(m_entries)) {
+        if (!entry.plugin)
+            continue;
+        entry.plugin->mode = 0;
+        entry.button->setDefaultAction(entry.modes.first());
+    }
+    if (m_shown >= 0 && m_entries[m_shown].plugin)
+        choose(m_shown, 0);
 }
 
 // --- the choice ------------------------------------------------------------------------------------

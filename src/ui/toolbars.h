@@ -20,6 +20,7 @@ class QToolBar;
 class QToolBarExt;
 class QToolButton;
 class QWidget;
+class ToolReset;
 
 // The bars "Edit", "Tool Settings" and "Tools", the last with a button for each plug-in tool, in sections by
 // group, and those of the built-in tools. One tool at most is chosen. The choice goes out as an event, and
@@ -42,6 +43,7 @@ public:
     void start();
 
     [[nodiscard]] EditBar* edit() const { return m_edit; }
+    [[nodiscard]] ToolReset& reset() { return *m_reset; }
     [[nodiscard]] QToolBarExt* tools() const { return m_tools; }
     [[nodiscard]] QToolBar* settings() const { return m_settings; }
     // The page of the chosen tool; an empty one where it has none.
@@ -67,6 +69,8 @@ private:
 
     void addPlugin(IToolPlugin* plugin, ActionTable& actions);
     void addBuiltIns(ActionTable& actions);
+    void addReset(ActionTable& actions);
+    void resetModes();
     void addEntry(const Entry& entry);
     void choose(int entry, int mode);
     void show(int entry);
@@ -74,6 +78,7 @@ private:
 
     MainWindow& m_window;
     QActionGroup* m_group;
+    ToolReset* m_reset;
     EditBar* m_edit;
     QToolBarExt* m_tools;
     QToolBar* m_settings;

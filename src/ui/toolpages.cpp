@@ -19,6 +19,13 @@ void store(const char* key, const QVariant& value)
     UserSettings().setValue(QString::fromLatin1(key), value);
 }
 
+// What the settings say before the user has changed anything.
+QVariant factory(const char* key, const QVariant& fallback)
+{
+    const QVariantHash defaults = QCoreApplication::instance()->property("defaultsettings").toHash();
+    return defaults.value(QString::fromLatin1(key), fallback);
+}
+
 QHBoxLayout* makeRow(QWidget* page)
 {
     auto* row = new QHBoxLayout(page);
@@ -31,6 +38,7 @@ QCheckBox* makeCheck(const QString& text, const char* key, QWidget* page)
 {
     auto* box = new QCheckBox(text, page);
     box->setChecked(QCoreApplication::instance()->property(key).toBool());
+    box->setProperty("factory", factory(key, true).toBool());
     QObject::connect(box, &QCheckBox::toggled, page, [key](bool on) { store(key, on); });
     return box;
 }
@@ -59,6 +67,7 @@ QWidget* makeZoomPage(QWidget* parent)
                      MainWindow::tr("Drag to Stretch, Click Out")});
     modes->setCurrentIndex(
         qBound(0, QCoreApplication::instance()->property("zoommode").toInt(), modes->count() - 1));
+    modes->setProperty("factory", factory("zoommode", 0).toInt());
     label->setBuddy(modes);
     QObject::connect(modes, QOverload<int>::of(&QComboBox::activated), page, [](int mode) {
         store("zoommode", mode);

@@ -33,9 +33,12 @@ protected:
         const QString folder = m_folder + QStringLiteral("/Plugins/Test");
         EXPECT_TRUE(QDir().mkpath(folder));
         QFile::copy(QStringLiteral(MORVANE_BINARIES "/../Plugins/Files/ffmpeg.so"), folder + "/ffmpeg.so");
-        for (const QString& name : libraries)
-            QFile::copy(QStringLiteral(TEST_PLUGINS "/%1.so").arg(name),
-                        folder + QStringLiteral("/%1.so").arg(name));
+        for (const QString& name : libraries) {
+            QString library = QStringLiteral(TEST_PLUGINS "/%1.so").arg(name);
+            if (!QFile::exists(library)) // one that ships with the program
+                library = QStringLiteral(MORVANE_BINARIES "/../Plugins/Tools/%1.so").arg(name);
+            QFile::copy(library, folder + QStringLiteral("/%1.so").arg(name));
+        }
         qApp->setProperty("pluginspath", m_folder + QStringLiteral("/Plugins"));
         const QStringList names = QStringList(QStringLiteral("ffmpeg")) + libraries;
         qApp->setProperty("include@test",
