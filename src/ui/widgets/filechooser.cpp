@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QFileSystemModel>
 #include <QHash>
+#include <QHeaderView>
+#include <QTreeView>
 
 #include <algorithm>
 #include <utility>
@@ -15,6 +17,7 @@ namespace filechooser {
 
 namespace {
 
+constexpr QSize dialogSize(860, 540); // logical pixels
 const QString lastFolder = QStringLiteral("lastfolder");
 
 Chooser& chooser()
@@ -39,23 +42,35 @@ QStringList inShownOrder(const QFileDialog& dialog)
     return files;
 }
 
+// Qt's own dialog, which shows where the desktop has none. It would cut the dates.
+void widen(QFileDialog& dialog)
+{
+    dialog.resize(dialogSize);
+    const auto* view = dialog.findChild<QTreeView*>(QStringLiteral("treeView"));
+    if (!view)
+        return;
+    for (int column = 0; column < view->header()->count(); ++column)
+        view->header()->setSectionResizeMode(column, column == 0 ? QHeaderView::Stretch
+                                                                 : QHeaderView::ResizeToContents);
+}
+
 Choice ask(QWidget* parent, const Request& request)
 {
+    QFileDialog dialog(parent, request.title, request.path, request.filters.join(QStringLiteral(";;")));
+    dialog.setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+    dialog.setFileMode(request.several ? QFileDialog::ExistingFiles
+                       : request.save  ? QFileDialog::AnyFile
+                                       : QFileDialog::ExistingFile);
+    widen(dialog);
     Choice choice;
-    const QString filters = request.filters.join(QStringLiteral(";;"));
-    if (request.several) {
-        QFileDialog dialog(parent, request.title, request.path, filters);
-        dialog.setFileMode(QFileDialog::ExistingFiles);
-        if (dialog.exec() == QDialog::Accepted) {
-            choice.paths = inShownOrder(dialog);
-            choice.filter = dialog.selectedNameFilter();
-        }
+    if (dialog.exec() != QDialog::Accepted)
         return choice;
-    }
-    choice.path =
-        request.save
-            ? QFileDialog::getSaveFileName(parent, request.title, request.path, filters, &choice.filter)
-            : QFileDialog::getOpenFileName(parent, request.title, request.path, filters, &choice.filter);
+    const QStringList files = inShownOrder(dialog);
+    if (request.several)
+        choice.paths = files;
+    else
+        choice.path = files.value(0);
+    choice.filter = dialog.selectedNameFilter();
     return choice;
 }
 
