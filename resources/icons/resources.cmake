@@ -8,6 +8,8 @@ foreach(drawing ${drawings})
     get_filename_component(base ${drawing} NAME_WE)
     if(base STREQUAL spectrogram)
         set(sizes ${base}.png=128x80 ${base}@2x.png=256x160)
+    elseif(base MATCHES "^message") # of the boxes, in colours of their own
+        set(sizes ${base}.png=32x32 ${base}@2x.png=64x64)
     else()
         set(sizes ${base}.png=16x16 ${base}@2x.png=32x32)
     endif()

@@ -23,6 +23,7 @@
 #include "spectral/primitives/cpu.h"
 #include "spectral/primitives/planning.h"
 #include "ui/mainwindow.h"
+#include "ui/stylesheet.h"
 #include "ui/widgets/messages.h"
 
 #include <clocale>
@@ -224,10 +225,7 @@ void StartUp::loadProperties()
     PropertiesLoader loader(
         *qApp, {m_sessionId, platform::moduleFolder(), m_words.value("-edition"), m_words.has("-reset")});
     loader.loadFactory();
-    QApplication::setStyle(QStringLiteral("Fusion"));
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus);
-    QCoreApplication::setAttribute(Qt::AA_DisableWindowContextHelpButton);
+    setWidgetStyle();
     loader.applyUserSettings();
     debug(QStringLiteral("properties loaded"));
     debug(QStringLiteral("app created"));

@@ -46,6 +46,8 @@ SelectionDialog::SelectionDialog(bool expand, bool fade, QWidget* parent) : QDia
     auto* layout = new QVBoxLayout(this);
     m_horizontal = addField(text(form.horizontal), fade && !expand);
     m_vertical = addField(text(form.vertical), fade && !expand);
+    m_horizontal->selectAll(); // the first key replaces it
+    layout->addSpacing(6);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);

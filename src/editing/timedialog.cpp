@@ -42,6 +42,7 @@ TimeDialog::TimeDialog(const QString& title, const Convert& convert, const Range
     m_start = addField(*layout, text(QT_TRANSLATE_NOOP("DataManager", "Start:")), shown.start);
     m_length = addField(*layout, text(QT_TRANSLATE_NOOP("DataManager", "Length:")), shown.length);
     m_start->selectAll();
+    layout->addSpacing(6);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);

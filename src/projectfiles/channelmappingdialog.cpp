@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr int margin = 18;
 constexpr QSize startSize(320, 420);
 
 } // namespace
@@ -37,7 +36,6 @@ ChannelMappingDialog::ChannelMappingDialog(int32_t channelsType, uint64_t mask, 
     connect(m_list, &QListWidget::itemChanged, this, &ChannelMappingDialog::showCount);
     showCount();
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(margin, margin, margin, 12);
     layout->addWidget(caption);
     layout->addWidget(m_list, 1);
     layout->addWidget(m_count);

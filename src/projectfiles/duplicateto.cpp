@@ -10,6 +10,7 @@
 #include <QDebug>
 #include <QElapsedTimer>
 #include <QInputDialog>
+#include <QListView>
 
 namespace {
 
@@ -58,6 +59,8 @@ int DuplicateTo::choose(const QList<ProjectPtr>& open) const
     dialog.setLabelText(text("Select a Project:"));
     dialog.setComboBoxItems(QStringList(text("New Project")) + distinctNames(open));
     dialog.setOption(QInputDialog::UseListViewForComboBoxItems);
+    for (QListView* list : dialog.findChildren<QListView*>())
+        list->setAccessibleName(dialog.labelText());
     if (dialog.exec() != QDialog::Accepted)
         return -2;
     return dialog.comboBoxItems().indexOf(dialog.textValue()) - 1;

@@ -20,7 +20,7 @@
 namespace {
 
 constexpr int fieldWidth = 180;
-constexpr int margin = 18;
+constexpr int spacing = 16;
 constexpr double longest = 7 * 24 * 3600;         // seconds
 constexpr double mostSamples = double(1LL << 50); // positions beyond are refused everywhere
 enum Mode { Resample, Reinterpret };
@@ -64,8 +64,7 @@ FormatDialog::FormatDialog(Purpose purpose, const SamplingFormat& format, double
     connect(buttons, &QDialogButtonBox::accepted, this, &FormatDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(margin, margin, margin, 12);
-    layout->setSpacing(margin);
+    layout->setSpacing(spacing);
     layout->addLayout(form);
     layout->addWidget(buttons);
     layout->setSizeConstraint(QLayout::SetFixedSize);

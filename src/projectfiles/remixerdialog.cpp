@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int margin = 18;
+constexpr QSize aroundTable(48, 138); // margins, captions and buttons
 constexpr QSize largest(1100, 640);
 constexpr QSize smallest(420, 220);
 
@@ -47,8 +47,9 @@ QSize wantedSize(const QTableView& table)
 {
     const QHeaderView* rows = table.verticalHeader();
     const QHeaderView* columns = table.horizontalHeader();
-    return {rows->sizeHint().width() + columns->length() + 2 * margin + 8,
-            columns->sizeHint().height() + rows->length() + 120};
+    return QSize(rows->sizeHint().width() + columns->length(),
+                 columns->sizeHint().height() + rows->length()) +
+           aroundTable;
 }
 
 } // namespace
@@ -191,7 +192,6 @@ RemixerDialog::RemixerDialog(const Layout& input, const Layout& output, const Ma
     connect(m_model, &QAbstractItemModel::dataChanged, this, enable);
     connect(m_model, &QAbstractItemModel::modelReset, this, enable);
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(margin, margin, margin, 12);
     layout->addWidget(caption);
     layout->addWidget(table, 1);
     layout->addWidget(phase);

@@ -82,7 +82,7 @@ LayerRow::LayerRow(const ILayer& layer, int depth, bool compact, QWidget* parent
     m_volume->setWords(volumeWords());
     m_volume->setRange(silence, loudest);
     m_volume->setStep(volumeStep);
-    m_volume->setFixedWidth(60);
+    m_volume->setFixedWidth(54);
     label->setBuddy(m_volume);
 
     auto* head = new QHBoxLayout;

@@ -22,6 +22,10 @@ ListDialog::ListDialog(const QString& title, const QStringList& headers, const Q
     m_table->setHorizontalHeaderLabels(headers);
     m_table->verticalHeader()->hide();
     m_table->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
+    m_table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    m_table->horizontalHeader()->setHighlightSections(false);
+    m_table->setShowGrid(false);
+    m_table->setAlternatingRowColors(true);
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_table->setTabKeyNavigation(false); // Tab leaves the table
@@ -37,6 +41,8 @@ ListDialog::ListDialog(const QString& title, const QStringList& headers, const Q
     layout->addWidget(search);
     layout->addWidget(m_table);
     layout->addWidget(buttons);
+    setTabOrder(search, m_table); // the table was there first
+    search->setFocus();
     resize(560, 520);
 }
 

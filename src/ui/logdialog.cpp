@@ -59,6 +59,7 @@ LogDialog::LogDialog(QWidget* parent) : QDialog(parent)
     saveButton->setObjectName(QStringLiteral("logsave"));
     saveButton->setToolTip(tr("Save a copy of the log"));
     connect(saveButton, &QPushButton::clicked, this, &LogDialog::save);
+    buttons->button(QDialogButtonBox::Close)->setDefault(true);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 
     auto* layout = new QVBoxLayout(this);

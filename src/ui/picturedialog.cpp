@@ -22,6 +22,7 @@ PictureDialog::PictureDialog(const ViewPicture& picture, QWidget* parent)
     m_factor->setSingleStep(0.5);
     m_factor->setSuffix(tr(" x"));
     m_factor->setValue(1);
+    m_factor->selectAll(); // the first key replaces it
     m_factor->setAccessibleName(tr("Size"));
     m_factor->setToolTip(tr("How many times the pixels on the screen"));
     m_rulers->setObjectName(QStringLiteral("picturerulers"));
@@ -32,6 +33,8 @@ PictureDialog::PictureDialog(const ViewPicture& picture, QWidget* parent)
     layout->addRow(tr("&Size:"), m_factor);
     layout->addRow(QString(), m_size);
     layout->addRow(QString(), m_rulers);
+    layout->setHorizontalSpacing(12);
+    layout->setVerticalSpacing(8);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     layout->addRow(buttons);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);

@@ -1,8 +1,10 @@
 #include "ui/stylesheet.h"
 
 #include <QApplication>
+#include <QDialog>
 #include <QFile>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QVariant>
 
 namespace {
@@ -82,6 +84,34 @@ QPalette darkPalette()
     return palette;
 }
 
+constexpr int dialogMargin = 16; // logical pixels
+constexpr int boxIcon = 32;
+
+// The drawing of Fusion. A dialog that says nothing else has the same margins as those that do.
+class WidgetStyle : public QProxyStyle
+{
+public:
+    WidgetStyle() : QProxyStyle(QStringLiteral("Fusion")) {}
+
+    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override
+    {
+        switch (metric) {
+        case PM_LayoutLeftMargin:
+        case PM_LayoutTopMargin:
+        case PM_LayoutRightMargin:
+        case PM_LayoutBottomMargin:
+            if (qobject_cast<const QDialog*>(widget))
+                return dialogMargin;
+            break;
+        case PM_MessageBoxIconSize:
+            return boxIcon;
+        default:
+            break;
+        }
+        return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+};
+
 QString readSheet(const char* path)
 {
     QFile file(QString::fromLatin1(path));
@@ -89,6 +119,14 @@ QString readSheet(const char* path)
 }
 
 } // namespace
+
+void setWidgetStyle()
+{
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QCoreApplication::setAttribute(Qt::AA_DontShowIconsInMenus);
+    QCoreApplication::setAttribute(Qt::AA_DisableWindowContextHelpButton);
+    QApplication::setStyle(new WidgetStyle); // owned by the application
+}
 
 void applyStyle(bool tablet)
 {

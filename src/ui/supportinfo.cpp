@@ -86,6 +86,7 @@ SupportInfoDialog::SupportInfoDialog(QWidget* parent) : QDialog(parent)
     copy->setToolTip(tr("Copy the report to the clipboard"));
     connect(copy, &QPushButton::clicked, this,
             [text] { QApplication::clipboard()->setText(text->toPlainText()); });
+    buttons->button(QDialogButtonBox::Close)->setDefault(true);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(text);
