@@ -11,6 +11,7 @@
 #include "ui/actiontable.h"
 #include "ui/mainwindow.h"
 #include "ui/sessionrecords.h"
+#include "ui/stylesheet.h"
 #include "ui/widgets/filechooser.h"
 #include "ui/widgets/messages.h"
 #include "ui/widgets/usersettings.h"
@@ -37,7 +38,7 @@ public:
         static char name[] = "test";
         static char* argv[] = {name, nullptr};
         m_application = std::make_unique<QApplication>(argc, argv);
-        QApplication::setStyle(QStringLiteral("Fusion"));
+        setWidgetStyle();
         PropertiesLoader loader(
             *m_application,
             {QStringLiteral("Morvane test"), QStringLiteral(MORVANE_BINARIES "/"), {}, false});

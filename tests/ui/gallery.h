@@ -1,0 +1,60 @@
+// Pictures of the window as it stands on the screen, with its menus and dialogs.
+//
+// With MORVANE_PICTURES set to a folder they are kept there, and MORVANE_PICTURES_SIZE (such as 1280x720) is
+// the size of the window. Otherwise they go the way of all files of a test. docs/pictures/make sets both.
+#pragma once
+
+#include "support/testsupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPixmap>
+#include <QScreen>
+#include <QStringList>
+#include <QWidget>
+
+namespace gallery {
+
+inline QSize windowSize()
+{
+    const QStringList sides = qEnvironmentVariable("MORVANE_PICTURES_SIZE").split(QLatin1Char('x'));
+    const QSize asked(sides.value(0).toInt(), sides.value(1).toInt());
+    return asked.isEmpty() ? QSize(1280, 720) : asked;
+}
+
+// At the corner of the screen, and the pointer where it touches nothing.
+inline void place(QWidget& window)
+{
+    window.move(0, 0);
+    window.resize(windowSize());
+    QCursor::setPos(QGuiApplication::primaryScreen()->geometry().bottomRight());
+}
+
+inline QImage screenBehind(const QWidget& window)
+{
+    return QGuiApplication::primaryScreen()
+        ->grabWindow(0, window.x(), window.y(), window.width(), window.height())
+        .toImage();
+}
+
+// For somebody to look at: once two looks at the screen in a row are the same. Lines that crawl may keep them
+// from it: then what there is after a while.
+inline void take(const QWidget& window, const QString& folder, const QString& name)
+{
+    const QString wanted = qEnvironmentVariable("MORVANE_PICTURES");
+    QImage image = screenBehind(window);
+    if (!wanted.isEmpty())
+        testsupport::waitFor(
+            [&] {
+                const QImage before = image;
+                image = screenBehind(window);
+                return image == before;
+            },
+            1000);
+    EXPECT_TRUE(image.save((wanted.isEmpty() ? folder : wanted) + QStringLiteral("/%1.png").arg(name)));
+}
+
+} // namespace gallery
