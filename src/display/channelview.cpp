@@ -166,6 +166,17 @@ QRectF ChannelView::uprightLine(double samples) const
     return QRectF(std::floor(timeToFrame(samples) - (pixels - 1) / 2.0), 0, pixels, frameSize().height());
 }
 
+bool ChannelView::isPreview(const ILayer& layer) const
+{
+    return m_root && m_root->node(RootActivePreview).get() == &layer;
+}
+
+const ILayer& ChannelView::lookOf(const ILayer& layer) const
+{
+    const ILayerPtr active = m_root ? m_root->layer(-1) : nullptr;
+    return active && isPreview(layer) ? *active : layer;
+}
+
 QColor ChannelView::layerColor(const ILayer& layer) const
 {
     const ILayerPtr active = m_root ? m_root->layer(-1) : nullptr;

@@ -71,6 +71,11 @@ protected:
     [[nodiscard]] QCursor playCursor() const;
     // What a press would do here has changed.
     virtual void cursorChanged() = 0;
+    // Whether a layer holds a tool's preview.
+    [[nodiscard]] bool isPreview(const ILayer& layer) const;
+    // The layer by whose gain, polarity and colour a layer's picture is drawn: itself, but for a preview
+    // the active layer, of which it is a part.
+    [[nodiscard]] const ILayer& lookOf(const ILayer& layer) const;
     // Colour of a layer's picture, apart from its gradient.
     [[nodiscard]] QColor layerColor(const ILayer& layer) const;
     // Id of the colour map that layers are drawn with.

@@ -10,7 +10,7 @@ void ColumnRing::drop(std::size_t slot)
         m_spare.push_back(std::move(m_columns[slot]));
 }
 
-void ColumnRing::arrange(const TextureGrid& grid, const TransformSettings& settings,
+void ColumnRing::arrange(const TextureGrid& grid, const TransformSettings& settings, int64_t frameSpan,
                          std::vector<uint8_t>& fresh)
 {
     if (m_sampleType != settings.sampleType)
@@ -35,7 +35,7 @@ void ColumnRing::arrange(const TextureGrid& grid, const TransformSettings& setti
         if (fresh[std::size_t(i)])
             m_columns[at] = takeSpare(settings);
         // Also of those that stay: the size of the frame may have changed.
-        m_columns[at]->place(m_keys[at] - settings.frameSize / 2);
+        m_columns[at]->place(m_keys[at] - frameSpan / 2);
     }
     // A picture of fewer columns lets go of the memory of the rest, but for what the next may need.
     const auto kept = std::size_t(grid.columnCount / 4);

@@ -17,9 +17,10 @@ public:
     // `size` is a power of two, at least the columns of any grid.
     explicit ColumnRing(int size);
 
-    // Makes the ring hold exactly the columns of `grid`, of the kind that `settings` ask for. `fresh[i]`
-    // tells that column i is new and must run.
-    void arrange(const TextureGrid& grid, const TransformSettings& settings, std::vector<uint8_t>& fresh);
+    // Makes the ring hold exactly the columns of `grid`, of the kind that `settings` ask for, each in the
+    // middle of `frameSpan` samples. `fresh[i]` tells that column i is new and must run.
+    void arrange(const TextureGrid& grid, const TransformSettings& settings, int64_t frameSpan,
+                 std::vector<uint8_t>& fresh);
     [[nodiscard]] ISpectralTextureTransform& at(int64_t column) { return *m_columns[slot(column)]; }
     [[nodiscard]] int size() const { return int(m_columns.size()); }
     void clear();

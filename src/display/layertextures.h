@@ -36,13 +36,14 @@ public:
         return found == m_records.end() ? nullptr : &found->second;
     }
 
-    // One record for each layer and region of the tree: those known stay, `make(layer)` gives the texture
-    // of a new one. The others are returned, to go in the context of the view.
+    // One record for each layer and region of the tree, and for the preview of a tool: those known stay,
+    // `make(layer)` gives the texture of a new one. The others are returned, to go in the context of the
+    // view.
     template<class Make>
     [[nodiscard]] Map follow(const LayerRoot& root, const Make& make)
     {
         Map kept;
-        for (const LayerInView& entry : layersInView(*root.project())) {
+        for (const LayerInView& entry : layersInPicture(root)) {
             const auto known = m_records.find(entry.layer);
             if (known == m_records.end()) {
                 kept[entry.layer].texture = make(entry.layer);
@@ -60,7 +61,7 @@ public:
     template<class Request, class Upload>
     void update(const LayerRoot& root, const Range& view, const Request& request, const Upload& upload)
     {
-        for (const LayerInView& entry : layersInView(*root.project())) {
+        for (const LayerInView& entry : layersInPicture(root)) {
             const auto found = m_records.find(entry.layer);
             if (found == m_records.end())
                 continue; // inserted since the last LayerRootChange

@@ -62,7 +62,7 @@ float SpectralChannel::magnitudeAt(const PointD& position) const
         const double y = (m_convert.toScale(position.y) - area.y) / area.height * picture.size.height();
         if (x < 0 || y < 0 || x >= picture.size.width() || y >= picture.size.height())
             continue;
-        sum += picture.data[int64_t(x) * picture.size.height() + int64_t(y)] * layer->multiplier();
+        sum += picture.data[int64_t(x) * picture.size.height() + int64_t(y)] * lookOf(*layer).multiplier();
     }
     return sum;
 }

@@ -87,7 +87,7 @@ private:
     static void upload(Textures::Record& record);
     void requestPicture(SpectralTexture& texture, bool updateContent);
     void spectrogramPass();
-    void drawLayer(const ILayer& layer, const Textures::Record& record, QOpenGLShaderProgram& program,
+    void drawLayer(const ILayer& look, const Textures::Record& record, QOpenGLShaderProgram& program,
                    int steps);
     [[nodiscard]] QOpenGLShaderProgram* powerProgram(int steps) const;
 

@@ -123,11 +123,11 @@ void SpectralChannel::spectrogramPass()
     program->setUniformValue("gamma", m_gamma);
     for (const auto& [layer, record] : m_textures)
         if (record.glTexture)
-            drawLayer(*layer, record, *program, steps);
+            drawLayer(lookOf(*layer), record, *program, steps);
     program->release();
 }
 
-void SpectralChannel::drawLayer(const ILayer& layer, const Textures::Record& record,
+void SpectralChannel::drawLayer(const ILayer& look, const Textures::Record& record,
                                 QOpenGLShaderProgram& program, int steps)
 {
     const Area view = m_convert.areaToScale(m_viewArea);
@@ -151,8 +151,8 @@ void SpectralChannel::drawLayer(const ILayer& layer, const Textures::Record& rec
         return;
     record.glTexture->bind(0);
     m_colormapTextures[gradient()]->bind(1);
-    program.setUniformValue("multiplier", layer.multiplier());
-    program.setUniformValue("color", layerColor(layer));
+    program.setUniformValue("multiplier", look.multiplier());
+    program.setUniformValue("color", layerColor(look));
     QMatrix4x4 matrix;
     matrix.ortho(QRectF(0, 1, 1, -1));
     drawQuad(program, matrix, rect, texture);

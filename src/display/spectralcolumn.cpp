@@ -77,7 +77,7 @@ bool SpectralTextureTransform<T>::run(const ColumnContext& context, const float*
     m_magnitudes.resize(bins);
     const bool needTime = prepareShifts(m_timeShifts, context.timeSharpen, bins);
     const bool needFreq = prepareShifts(m_freqShifts, context.freqSharpen, bins);
-    const Range frame{m_position, settings.frameSize};
+    const Range frame{m_position, context.frameSpan};
     if (frame.intersected(context.layerRange).isEmpty())
         return silence() || resized;
 

@@ -15,6 +15,9 @@ struct ColumnContext
     const ILayer* layer = nullptr;
     Range layerRange; // with what is attached
     int channel = 0;
+    // Samples of the timeline that one frame takes; other than its size while the layer is stretched, as
+    // the preview of a move does: its samples then lie farther apart or closer.
+    int64_t frameSpan = 0;
     const Transform* settings = nullptr; // valid settings with a plan
     float timeSharpen = 0;               // 0 switches the vectors in time off
     float freqSharpen = 0;

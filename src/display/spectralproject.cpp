@@ -77,7 +77,10 @@ void SpectralTextureProject::copyBins(float* destination, int64_t first, int64_t
         vec::copy(destination, magnitudes, count);
         return;
     }
-    const float distance = m_stepSigned / float(std::max(1, m_context.settings->hop()));
+    // In hops of the layer's own samples.
+    const TransformSettings& settings = *m_context.settings;
+    const float stretch = float(m_context.frameSpan) / float(settings.frameSize);
+    const float distance = m_stepSigned / (float(std::max(1, settings.hop())) * stretch);
     spectrum::refine(destination, magnitudes, shiftRows(&m_current, first), shiftRows(m_neighbour, first),
                      count, {m_context.timeSharpen, m_context.freqSharpen, distance});
 }

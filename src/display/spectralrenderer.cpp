@@ -24,6 +24,14 @@ Range chunkRange(int64_t chunk, int64_t count)
     return {first, last - first};
 }
 
+// Samples of the timeline under one frame of the request.
+int frameSpan(const TextureRequest& request)
+{
+    constexpr double longest = 1 << 30;
+    const int size = request.settings ? request.settings->frameSize : 0;
+    return int(std::lround(std::min(longest, size * double(request.layerScale.first))));
+}
+
 } // namespace
 
 struct SpectralRenderer::Job
@@ -79,21 +87,21 @@ SpectralTextureDataPtr SpectralRenderer::render(const TextureRequest& request, b
                                                 const std::atomic<bool>& cancel)
 {
     const Range layerRange = m_layer->range(true);
-    const int frameSize = request.settings ? request.settings->frameSize : 0;
+    const int span = frameSpan(request);
     auto picture = std::make_unique<SpectralTextureData>();
     picture->layer = m_layer;
     picture->filtering = request.filtering;
     m_counts = {};
-    Job job{.context = {m_layer.get(), layerRange, m_channel, request.settings.get(), request.timeSharpen,
-                        request.freqSharpen},
-            .grid = makeTextureGrid(request.area, request.size.height(), request.step, request.upsample,
-                                    frameSize, layerRange),
+    Job job{.context = {m_layer.get(), layerRange, m_channel, span, request.settings.get(),
+                        request.timeSharpen, request.freqSharpen},
+            .grid = makeTextureGrid(request.area, request.size.height(), request.step, request.upsample, span,
+                                    layerRange),
             .cancel = cancel};
     if (!canShow(request, job.grid))
         return picture;
 
     const int64_t count = job.grid.columnCount;
-    m_ring.arrange(job.grid, *request.settings, m_run);
+    m_ring.arrange(job.grid, *request.settings, span, m_run);
     m_counts.columns = count;
     m_counts.placed = std::count(m_run.begin(), m_run.end(), 1);
     if (refresh || mustReadAgain(request))
@@ -174,11 +182,12 @@ const float* SpectralRenderer::readSpan(Job& job, const Range& columns, int64_t&
     const auto begin = m_run.begin() + columns.start;
     const auto end = m_run.begin() + columns.end();
     const int64_t running = std::count(begin, end, 1);
-    if (running < 2)
+    // The frames of a stretched layer are no parts of one span.
+    if (running < 2 || job.context.frameSpan != job.context.settings->frameSize)
         return nullptr;
     const int64_t before = std::find(begin, end, 1) - m_run.begin();
     const int64_t after = m_run.rend() - std::find(std::make_reverse_iterator(end), m_run.rend(), 1);
-    const int64_t size = job.context.settings->frameSize;
+    const int64_t size = job.context.frameSpan;
     first = job.grid.key(job.grid.firstColumn + before) - size / 2;
     const int64_t length = job.grid.key(job.grid.firstColumn + after - 1) - size / 2 + size - first;
     if (length > running * size)
@@ -203,7 +212,7 @@ void SpectralRenderer::runChunk(Job& job, int64_t chunk)
     for (int64_t i = columns.start; i < columns.end(); ++i) {
         if (job.cancel)
             return;
-        const int64_t position = job.grid.key(job.grid.firstColumn + i) - settings.frameSize / 2;
+        const int64_t position = job.grid.key(job.grid.firstColumn + i) - job.context.frameSpan / 2;
         const float* samples = span ? span + settings.sampleType * (position - first) : nullptr;
         if (!refined || i > columns.start)
             runColumn(job, i, samples);

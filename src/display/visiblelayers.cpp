@@ -1,6 +1,6 @@
 #include "display/visiblelayers.h"
 
-#include "model/layergroup.h"
+#include "model/layerroot.h"
 
 namespace {
 
@@ -22,5 +22,15 @@ std::vector<LayerInView> layersInView(const ILayer& group)
 {
     std::vector<LayerInView> found;
     collect(group, true, found);
+    return found;
+}
+
+std::vector<LayerInView> layersInPicture(const LayerRoot& root)
+{
+    std::vector<LayerInView> found = layersInView(*root.project());
+    if (const LayerPtr preview = root.node(RootActivePreview); !preview->isEmpty()) {
+        const ILayerPtr active = root.layer(-1);
+        found.push_back({preview, !active || root.isVisible(active)});
+    }
     return found;
 }

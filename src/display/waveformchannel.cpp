@@ -47,8 +47,10 @@ void WaveformChannel::layerEvent(EventId id, const ILayerPtr& layer)
 {
     followTree(); // undo changes the tree and tells no more than that
     // The only way in which unchanged parameters make a thread read its samples again. Polarity and gain
-    // come with the drawing; a region may show another stretch of its source.
-    const bool moved = id == EventId::LayerPropertiesChange && (!layer || layer->type() == LayerTypeRegion);
+    // come with the drawing; a region may show another stretch of its source, a preview another part of the
+    // signal.
+    const bool moved = id == EventId::LayerPropertiesChange &&
+                       (!layer || layer->type() == LayerTypeRegion || isPreview(*layer));
     if (id == EventId::LayerContentUpdate || moved)
         m_textures.forEachShown(layer, [this](WaveformTexture& texture) {
             texture.requestTex(viewRange(), frameSize().width(), m_convert.filtering, true);

@@ -95,9 +95,9 @@ private:
     void followTree();
     static void upload(Textures::Record& record);
     void waveformPass();
-    void drawLayer(const ILayer& layer, const Textures::Record& record, QOpenGLShaderProgram& program);
+    void drawLayer(const ILayer& look, const Textures::Record& record, QOpenGLShaderProgram& program);
     void samplesPass();
-    [[nodiscard]] QVector<QPointF> dots(const ILayer& layer, const Textures::Record& record) const;
+    [[nodiscard]] QVector<QPointF> dots(const ILayer& look, const Textures::Record& record) const;
     void powerGridPass();
     void selectionPass();
     void controlsPass();

@@ -98,11 +98,11 @@ void WaveformChannel::waveformPass()
     m_waveformProgram->setUniformValue("gradient", 1);
     for (const auto& [layer, record] : m_textures)
         if (record.glTexture)
-            drawLayer(*layer, record, *m_waveformProgram);
+            drawLayer(lookOf(*layer), record, *m_waveformProgram);
     m_waveformProgram->release();
 }
 
-void WaveformChannel::drawLayer(const ILayer& layer, const Textures::Record& record,
+void WaveformChannel::drawLayer(const ILayer& look, const Textures::Record& record,
                                 QOpenGLShaderProgram& program)
 {
     const WaveformTextureData& block = *record.currentData;
@@ -130,8 +130,8 @@ void WaveformChannel::drawLayer(const ILayer& layer, const Textures::Record& rec
     program.setUniformValue("luminosity", m_convert.format.isComplex()
                                               ? QVector2D(luminosity / 2, luminosity / 2)
                                               : QVector2D(luminosity, 0));
-    program.setUniformValue("multiplier", layer.multiplier() * float(layer.polarity()));
-    program.setUniformValue("color", layerColor(layer));
+    program.setUniformValue("multiplier", look.multiplier() * float(look.polarity()));
+    program.setUniformValue("color", layerColor(look));
     QOpenGLTexture& ramp = *m_colormapTextures[gradient()];
     record.glTexture->bind(0);
     ramp.bind(1);
@@ -146,14 +146,14 @@ void WaveformChannel::drawLayer(const ILayer& layer, const Textures::Record& rec
 
 // In pixels of the frame buffer. From the envelope that is on the screen: the layer is not asked, so that
 // drawing waits for nobody.
-QVector<QPointF> WaveformChannel::dots(const ILayer& layer, const Textures::Record& record) const
+QVector<QPointF> WaveformChannel::dots(const ILayer& look, const Textures::Record& record) const
 {
     QVector<QPointF> points;
     const WaveformTextureData& block = *record.currentData;
     if (!block.data || block.step != 1)
         return points;
     const double ratio = devicePixelRatioF();
-    const double gain = double(layer.multiplier()) * layer.polarity();
+    const double gain = double(look.multiplier()) * look.polarity();
     for (int64_t i = 0; i < block.columnCount; ++i) {
         const QVector4D& column = block.data[std::size_t(i * block.upsample)];
         const auto time = double(block.firstColumn + i);
@@ -172,8 +172,8 @@ void WaveformChannel::samplesPass()
     const double size = std::clamp(0.6 * width() / m_viewArea.width, smallestDot, largestDot);
     for (const auto& [layer, record] : m_textures)
         if (record.glTexture)
-            drawDiscs(dots(*layer, record), size * devicePixelRatioF(),
-                      layer == active ? colorOf("colorcontrols", "#dcdcdc") : layerColor(*layer));
+            drawDiscs(dots(lookOf(*layer), record), size * devicePixelRatioF(),
+                      layer == active ? colorOf("colorcontrols", "#dcdcdc") : layerColor(lookOf(*layer)));
 }
 
 // --- what lies over it ----------------------------------------------------------------------------------

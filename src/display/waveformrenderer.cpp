@@ -90,7 +90,9 @@ WaveformTextureDataPtr WaveformRenderer::render(const WaveformRequest& request, 
     if (refresh || !(source == m_source))
         clear();
     m_source = source;
-    const int64_t window = std::clamp<int64_t>(int64_t(std::ceil(grid.step)), 1, longestWindow);
+    // Of the layer's own samples.
+    const double samples = std::min(grid.step / double(source.layerScale.first), double(longestWindow));
+    const int64_t window = std::max<int64_t>(1, int64_t(std::ceil(samples)));
     const std::vector<Range> runs = missing(grid, window);
     parallelFor(int64_t(runs.size()), [&](int64_t i) {
         if (!cancel)
@@ -111,7 +113,8 @@ WaveformTextureDataPtr WaveformRenderer::render(const WaveformRequest& request, 
 std::vector<Range> WaveformRenderer::missing(const TextureGrid& grid, int64_t window) const
 {
     std::vector<Range> runs;
-    const int64_t longest = std::max<int64_t>(1, readSize / window);
+    // Neighbours in a stretched layer are no parts of one span.
+    const int64_t longest = m_source.isStretched() ? 1 : std::max<int64_t>(1, readSize / window);
     for (int64_t c = grid.firstColumn; c < grid.firstColumn + grid.columnCount; ++c) {
         if (m_keys[slot(c)] == grid.key(c))
             continue;
@@ -123,18 +126,23 @@ std::vector<Range> WaveformRenderer::missing(const TextureGrid& grid, int64_t wi
     return runs;
 }
 
+int64_t WaveformRenderer::startAbout(int64_t key, int64_t samples) const
+{
+    return key - int64_t(double(samples) * double(m_source.layerScale.first) / 2);
+}
+
 void WaveformRenderer::readColumns(const TextureGrid& grid, const Range& columns, int64_t window)
 {
     if (window > readSize)
         return readLongColumn(grid, columns.start, window);
     const bool complex = m_source.format.isComplex();
-    const int64_t first = grid.key(columns.start) - window / 2;
-    const int64_t length = grid.key(columns.end() - 1) - window / 2 + window - first;
+    const int64_t first = startAbout(grid.key(columns.start), window);
+    const int64_t length = grid.key(columns.end() - 1) - grid.key(columns.start) + window;
     float* samples = scratch(length * m_source.format.sampleType);
     m_layer->read(samples, {first, length}, m_channel, true, true);
     for (int64_t c = columns.start; c < columns.end(); ++c) {
         Extremes extremes;
-        const int64_t at = grid.key(c) - window / 2 - first;
+        const int64_t at = grid.key(c) - grid.key(columns.start);
         extremes.add(samples + at * m_source.format.sampleType, window, complex);
         m_columns[slot(c)] = extremes.column(complex);
         m_keys[slot(c)] = grid.key(c);
@@ -144,12 +152,13 @@ void WaveformRenderer::readColumns(const TextureGrid& grid, const Range& columns
 void WaveformRenderer::readLongColumn(const TextureGrid& grid, int64_t column, int64_t window)
 {
     const bool complex = m_source.format.isComplex();
-    const int64_t first = grid.key(column) - window / 2;
+    const int64_t first = startAbout(grid.key(column), window);
     float* samples = scratch(readSize * m_source.format.sampleType);
     Extremes extremes;
     for (int64_t done = 0; done < window; done += readSize) {
         const int64_t count = std::min(readSize, window - done);
-        m_layer->read(samples, {first + done, count}, m_channel, true, true);
+        const int64_t at = first + int64_t(double(done) * double(m_source.layerScale.first));
+        m_layer->read(samples, {at, count}, m_channel, true, true);
         extremes.add(samples, count, complex);
     }
     m_columns[slot(column)] = extremes.column(complex);

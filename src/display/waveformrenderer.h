@@ -41,11 +41,15 @@ private:
         double step = 0;
         double timeShift = 0;
         std::pair<float, float> layerScale{1, 1};
+        // As the preview of a move does it: the layer's samples lie farther apart or closer.
+        [[nodiscard]] bool isStretched() const { return layerScale.first != 1; }
         friend bool operator==(const Source&, const Source&) = default;
     };
 
     [[nodiscard]] std::size_t slot(int64_t column) const { return std::size_t(column & m_mask); }
     [[nodiscard]] std::vector<Range> missing(const TextureGrid& grid, int64_t window) const;
+    // Where `samples` of the layer begin on the timeline that have sample `key` in their middle.
+    [[nodiscard]] int64_t startAbout(int64_t key, int64_t samples) const;
     void readColumns(const TextureGrid& grid, const Range& columns, int64_t window);
     void readLongColumn(const TextureGrid& grid, int64_t column, int64_t window);
     void fill(WaveformTextureData& block, const TextureGrid& grid);

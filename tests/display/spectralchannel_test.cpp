@@ -639,6 +639,90 @@ TEST_F(View, aGrowingLayerShowsAsItGrows)
     layer->finishAppend();
 }
 
+TEST_F(View, aLayerThatIsBeingMovedOrStretchedIsSeenWhereItWillBe)
+{
+    open(48000);
+    const LayerPtr layer = addLayer(impulse(20'000, 8000), 10'000);
+    show({0, 0, 100'000, 24'000});
+    struct Preview
+    {
+        double offset;
+        float scale;
+    };
+    for (const Preview& preview :
+         {Preview{0, 1}, {30'000, 1}, {-10'000, 1}, {0, 2}, {5000, 3.5f}, {0, 0.5f}, {20'000, 0.2f}}) {
+        SCOPED_TRACE(preview.scale);
+        layer->setTimeOffset(preview.offset);
+        layer->setScale(preview.scale, 1);
+        post(EventId::LayerPropertiesChange, ILayerPtr(layer));
+        const double time = 10'000 + preview.offset + 8000 * double(preview.scale);
+        EXPECT_NEAR(brightestColumn(picture()) + 0.5, time / 250, 1);
+        if (preview.scale < 0.5f)
+            continue; // columns are farther apart than refinement reaches
+        post(EventId::DisplayTimeSharpenChange, 1.0f);
+        EXPECT_NEAR(brightestColumn(picture()) + 0.5, time / 250, 1);
+        post(EventId::DisplayTimeSharpenChange, 0.0f);
+    }
+}
+
+TEST_F(View, aStretchedLayerLastsLongerAtTheSameFrequency)
+{
+    open(48000);
+    const LayerPtr layer = addLayer(tone(6000, 48000, 40'000));
+    show({0, 0, 100'000, 24'000});
+    const int row = brightestRow(picture(), 20, 140);
+    for (const float scale : {2.0f, 0.5f}) {
+        layer->setScale(scale, 1);
+        post(EventId::LayerPropertiesChange, ILayerPtr(layer));
+        const QImage image = picture();
+        const int end = int(160 * scale);
+        EXPECT_NEAR(brightestRow(image, 20, end - 20), row, 1);
+        // All along it, up to its end.
+        for (int x = 10; x < end - 10; ++x)
+            ASSERT_GT(qGray(image.pixel(x, row)), 100) << x;
+        for (int x = end + 10; x < width; ++x)
+            ASSERT_EQ(qGray(image.pixel(x, row)), 0) << x;
+    }
+}
+
+TEST_F(View, aToolsPreviewIsSeenAsAPartOfTheActiveLayer)
+{
+    open(48000);
+    const LayerPtr layer = addLayer(std::vector<float>(100'000, 0.0f));
+    const LayerPtr other = addLayer(std::vector<float>(100'000, 0.0f));
+    root.setActive(layer);
+    post(EventId::DisplayCompositeEnable, false);
+    post(EventId::DisplayTargetActiveEnable, true);
+    layer->setColor(0x00ff00);
+    show({0, 0, 100'000, 24'000});
+    EXPECT_EQ(brightest(picture()), 0);
+    const LayerPtr preview = root.node(RootActivePreview);
+    const std::vector<float> click = impulse(20'000, 8000);
+    ASSERT_TRUE(preview->write(click.data(), {10'000, 20'000}, -1, true));
+    preview->setTimeOffset(20'000);
+    post(EventId::LayerPropertiesChange, ILayerPtr(preview));
+    const QImage image = picture();
+    EXPECT_NEAR(brightestColumn(image) + 0.5, 38'000 / 250.0, 1);
+    const QColor color = image.pixelColor(brightestColumn(image), height / 2);
+    EXPECT_GT(color.green(), 50);
+    EXPECT_EQ(color.red(), 0);
+    // Its loudness too is that of the layer.
+    const float loud = channel->magnitudeAt({38'000, 12'000});
+    layer->setMultiplier(0.25f);
+    EXPECT_NEAR(channel->magnitudeAt({38'000, 12'000}), loud / 4, loud / 1000);
+    layer->setMultiplier(1);
+    // Hidden with it, and gone with its content.
+    layer->setEnabled(false);
+    post(EventId::LayerPropertiesChange, ILayerPtr(layer));
+    EXPECT_EQ(brightest(picture()), 0);
+    layer->setEnabled(true);
+    post(EventId::LayerPropertiesChange, ILayerPtr(layer));
+    EXPECT_GT(brightest(picture()), 0);
+    preview->clear();
+    post(EventId::LayerPropertiesChange, ILayerPtr(preview));
+    EXPECT_EQ(brightest(picture()), 0);
+}
+
 TEST_F(View, theOldTextureIsStretchedUntilTheNewArrives)
 {
     open(48000);

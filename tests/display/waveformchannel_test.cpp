@@ -408,6 +408,66 @@ TEST_F(Waveform, contentUpdateReadsTheLayerAgain)
 }
 
 // Undo changes the tree and tells of a group's content only.
+TEST_F(Waveform, aLayerThatIsBeingMovedOrStretchedIsSeenWhereItWillBe)
+{
+    open();
+    std::vector<float> samples(4'000'000, 0.0f);
+    post(EventId::TransportPositionChange, int64_t(-1'000'000));
+    constexpr int at = 1'500'000;
+    samples[at] = 1;
+    samples[at + 1] = -1;
+    const LayerPtr layer = addLayer(samples);
+    for (const float scale : {1.0f, 2.0f, 3.3f, 0.5f, 0.05f})
+        for (const double offset : {0.0, 20'000.0, -1000.0}) {
+            layer->setTimeOffset(offset);
+            layer->setScale(scale, 1);
+            post(EventId::LayerPropertiesChange, ILayerPtr(layer));
+            const double time = offset + at * double(scale);
+            // From single samples to more of them in a column than one read takes.
+            for (const double length : {200.0, 5000.0, 300'000.0}) {
+                SCOPED_TRACE(testing::Message() << scale << " " << offset << " " << length);
+                show(time - length * 0.3, length);
+                const QImage image = picture();
+                int first = -1, last = -1;
+                for (int x = 0; x < width; ++x)
+                    if (isLit(image, x, height / 8) || isLit(image, x, height * 7 / 8)) {
+                        first = first < 0 ? x : first;
+                        last = x;
+                    }
+                ASSERT_GE(first, 0);
+                const double one = std::max(1.0, 2 * double(scale) * width / length); // pixels of both
+                EXPECT_NEAR((first + last + 1) / 2.0, 0.3 * width, one + 1);
+                EXPECT_LE(last - first, 2 * one + 2);
+            }
+        }
+}
+
+TEST_F(Waveform, aToolsPreviewIsSeenAsAPartOfTheActiveLayer)
+{
+    open();
+    const LayerPtr layer = addLayer(std::vector<float>(4000, 0.0f));
+    root.setActive(layer);
+    layer->setPolarity(-1);
+    layer->setMultiplier(0.5f);
+    show(0, 4000);
+    const LayerPtr preview = root.node(RootActivePreview);
+    const std::vector<float> loud(1000, 1.0f);
+    ASSERT_TRUE(preview->write(loud.data(), {500, 1000}, -1, true));
+    preview->setTimeOffset(2000);
+    post(EventId::LayerPropertiesChange, ILayerPtr(preview));
+    QImage image = picture();
+    EXPECT_NEAR(litRows(image, 300).second, height * 3 / 4, 1); // upside down, at half the height
+    EXPECT_LE(litRows(image, 100).second, height / 2);
+    // Other samples in the same place are read again.
+    const std::vector<float> quiet(1000, 0.5f);
+    ASSERT_TRUE(preview->write(quiet.data(), {500, 1000}, -1, true));
+    post(EventId::LayerPropertiesChange, ILayerPtr(preview));
+    EXPECT_NEAR(litRows(picture(), 300).second, height * 5 / 8, 1);
+    preview->clear();
+    post(EventId::LayerPropertiesChange, ILayerPtr(preview));
+    EXPECT_LE(litRows(picture(), 300).second, height / 2);
+}
+
 TEST_F(Waveform, aLayerThatUndoTookFromTheTreeIsGoneAndComesBack)
 {
     open();
