@@ -1,6 +1,10 @@
 #include "app/probe.h"
 
 #include "base/platform.h"
+#include "plugins/ifileplugin.h"
+#include "plugins/iprocessplugin.h"
+#include "plugins/itoolplugin.h"
+#include "plugins/plugincall.h"
 #include "plugins/pluginloader.h"
 #include "projectfiles/hostservices.h"
 
@@ -9,6 +13,28 @@
 
 #include <QApplication>
 #include <QPluginLoader>
+
+namespace {
+
+// A crash in what the window asks for while it is built would come at every start. What throws is told there.
+void askAsTheWindow(const PluginLoader& loader)
+{
+    QString cause;
+    for (const IFilePlugin* file : loader.filePlugins())
+        callPlugin(cause, [&] { return file->description().size() + file->importFilters().size(); });
+    for (IToolPlugin* tool : loader.toolPlugins())
+        callPlugin(cause, [&] {
+            return tool->description().size() + (tool->toolButton() != nullptr) +
+                   (tool->optionsWidget() != nullptr);
+        });
+    for (const IProcessPlugin* process : loader.processPlugins())
+        callPlugin(cause, [&] {
+            return process->description().size() + process->menuName().size() +
+                   process->processNames().size();
+        });
+}
+
+} // namespace
 
 int runProbe(int argc, char** argv)
 {
@@ -30,14 +56,17 @@ int runProbe(int argc, char** argv)
     try {
         instance = library.instance();
     } catch (const std::exception& e) {
-        return refuse(QString::fromLocal8Bit(e.what()));
+        return refuse(QStringLiteral("threw: ") + QString::fromLocal8Bit(e.what()));
+    } catch (...) {
+        return refuse(QStringLiteral("threw"));
     }
     if (!instance)
-        return refuse(library.errorString());
+        return refuse(QStringLiteral("could not be loaded: ") + library.errorString());
     PluginLoader::Settings settings;
     settings.fillHostTable = fillHostTable;
     PluginLoader loader;
     if (!loader.castPlugin(instance, path, settings))
         return refuse(QStringLiteral("answers to no interface of ours"));
+    askAsTheWindow(loader);
     return 0;
 }

@@ -9,6 +9,7 @@
 #include <QAction>
 #include <QComboBox>
 #include <QCoreApplication>
+#include <QDebug>
 #include <QDockWidget>
 #include <QKeyEvent>
 #include <QToolBar>
@@ -93,20 +94,25 @@ bool ActionTable::eventFilter(QObject* object, QEvent* event)
 QAction* ActionTable::add(const ActionRow& row, const std::function<void(bool)>& triggered)
 {
     auto* action = new QAction(row.label, &m_window);
-    action->setObjectName(row.id);
     action->setCheckable(row.checkable);
     action->setStatusTip(row.tip.isEmpty() ? withoutMnemonic(row.label) : row.tip);
+    connect(action, &QAction::triggered, this, triggered);
+    if (row.needsProject)
+        m_needProject << action;
+    if (row.id.isEmpty() || m_actions.contains(row.id)) {
+        qWarning().noquote() << withoutMnemonic(row.label) << "has no keys: its id"
+                             << QLatin1Char('"') + row.id + QLatin1Char('"') << "is empty or taken";
+        return action;
+    }
+    action->setObjectName(row.id);
     const QList<QKeySequence> keys = defaultKeys(row);
     m_defaults[row.id] = QKeySequence::listToString(keys);
     const QVariantHash own = QCoreApplication::instance()->property("shortcuts").toHash();
     action->setShortcuts(own.contains(row.id) ? keysOf(own[row.id].toString()) : keys);
-    connect(action, &QAction::triggered, this, triggered);
     // Also those that stand in no menu have their keys from the window.
     m_window.addAction(action);
     m_actions[row.id] = action;
     m_inOrder << action;
-    if (row.needsProject)
-        m_needProject << action;
     return action;
 }
 

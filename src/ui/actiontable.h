@@ -39,7 +39,8 @@ public:
     // Actions belong to `window`, whose keys they are.
     explicit ActionTable(QWidget& window);
 
-    // `triggered` is called with the checked state.
+    // `triggered` is called with the checked state. An id that is empty or taken makes an action without keys
+    // that is no row of the table, with a warning: what plug-ins call themselves must not displace anything.
     QAction* add(const ActionRow& row, const std::function<void(bool)>& triggered);
     // Null for an unknown id.
     [[nodiscard]] QAction* action(const QString& id) const { return m_actions.value(id); }

@@ -10,7 +10,6 @@
 #include "ui/layerspanel.h"
 #include "ui/mainwindow.h"
 #include "ui/pictureexport.h"
-#include "ui/processmenu.h"
 #include "ui/recentfiles.h"
 #include "ui/viewmenu.h"
 
@@ -475,7 +474,7 @@ void followEditing(MainWindow& window, const ActionTable& actions)
 
 } // namespace
 
-void buildMainMenu(MainWindow& window, ActionTable& actions)
+QMenu& buildMainMenu(MainWindow& window, ActionTable& actions)
 {
     window.menuBar()->setAccessibleName(text("Menus"));
     addRows(window, actions, fileRows(window));
@@ -484,7 +483,7 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     followEditing(window, actions);
     addRows(window, actions, projectRows(window));
     addRows(window, actions, layerRows(window));
-    buildProcessMenu(window, actions, window.processPlugins());
+    QMenu& process = *window.menuBar()->addMenu(text(QT_TR_NOOP("&Process")));
     addChannelCommands(*window.menuBar(), actions, window.channelsDisplay());
     addRows(window, actions, displayRows(window));
     addBrushKeys(window, actions);
@@ -493,4 +492,5 @@ void buildMainMenu(MainWindow& window, ActionTable& actions)
     followExportBack(window, actions.action(id("fileexportback")));
     followLayers(window.layersPanel(), actions);
     followHistory(window.historyPanel(), actions.action(id("editundo")), actions.action(id("editredo")));
+    return process;
 }

@@ -3,6 +3,8 @@
 
 class ActionTable;
 class MainWindow;
+class QMenu;
 
 // Makes every action with its keys, and the menu bar. Walks tables: a row is a menu entry.
-void buildMainMenu(MainWindow& window, ActionTable& actions);
+// The Process menu is returned empty, for the plug-ins, whose rows come last.
+QMenu& buildMainMenu(MainWindow& window, ActionTable& actions);

@@ -21,6 +21,7 @@
 #include "ui/logdialog.h"
 #include "ui/mainmenu.h"
 #include "ui/objectproperties.h"
+#include "ui/processmenu.h"
 #include "ui/recentfiles.h"
 #include "ui/sessionconnection.h"
 #include "ui/sessionrecords.h"
@@ -103,8 +104,9 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     m_recent = new RecentFiles(tr("Open &Recent"), this, this);
     m_actions = new ActionTable(*this);
     m_toolBars = new ToolBars(*this);
-    buildMainMenu(*this, *m_actions);
+    QMenu& process = buildMainMenu(*this, *m_actions);
     m_toolBars->fill(*m_actions, m_plugins->toolPlugins(), m_plugins->toolGroups());
+    fillProcessMenu(process, *m_actions, *m_data, m_plugins->processPlugins());
     m_status = new StatusReadout(this);
     statusBar()->addWidget(m_status, 1);
     statusBar()->setSizeGripEnabled(false);

@@ -5,12 +5,10 @@
 #include "plugins/plugincall.h"
 #include "plugins/pluginloader.h"
 #include "ui/actiontable.h"
-#include "ui/mainwindow.h"
 
 #include <QAction>
 #include <QDebug>
 #include <QMenu>
-#include <QMenuBar>
 
 namespace {
 
@@ -42,6 +40,11 @@ void addEntries(QMenu* process, IProcessPlugin* plugin, const Entries& entries, 
 {
     for (int i = 0; i < entries.names.size(); ++i) {
         const QString name = entries.names[i];
+        if (name.trimmed().isEmpty()) {
+            qWarning().noquote() << "process" << entries.description
+                                 << "has an entry without a name, which is left out";
+            continue;
+        }
         ActionRow row;
         row.id = processShortcutId(entries.description, i);
         row.label = shown(name);
@@ -55,21 +58,22 @@ void addEntries(QMenu* process, IProcessPlugin* plugin, const Entries& entries, 
 
 } // namespace
 
-QMenu* buildProcessMenu(MainWindow& window, ActionTable& actions, const QList<IProcessPlugin*>& plugins)
+void fillProcessMenu(QMenu& process, ActionTable& actions, DataManager& data,
+                     const QList<IProcessPlugin*>& plugins)
 {
-    QMenu* process = window.menuBar()->addMenu(MainWindow::tr("&Process"));
     for (IProcessPlugin* plugin : plugins) {
         Entries entries;
         QString cause;
         const auto told = callPlugin(cause, [&] {
-            entries = {plugin->description(), plugin->menuName(), plugin->processNames()};
+            entries.description = plugin->description(); // known to the warning where another one throws
+            entries.menu = plugin->menuName();
+            entries.names = plugin->processNames();
             return true;
         });
         if (told)
-            addEntries(process, plugin, entries, actions, window.dataManager());
+            addEntries(&process, plugin, entries, actions, data);
         else
             qWarning().noquote() << "process" << entries.description << "is left out:" << cause;
     }
-    process->menuAction()->setVisible(!process->isEmpty());
-    return process;
+    process.menuAction()->setVisible(!process.isEmpty());
 }

@@ -66,6 +66,21 @@ void store(const char* key, const QVariant& value)
     UserSettings().setValue(QString::fromLatin1(key), value);
 }
 
+QList<QAction*> builtInRows(ActionTable& actions)
+{
+    QList<QAction*> rows;
+    for (const BuiltInTool& tool : builtInTools) {
+        ActionRow row;
+        row.id = QString::fromLatin1(tool.id);
+        row.label = MainWindow::tr(tool.label);
+        row.keys = QString::fromLatin1(tool.keys);
+        row.checkable = true;
+        rows << actions.add(row, [](bool) {});
+        rows.last()->setIcon(QIcon(QString::fromLatin1(tool.icon)));
+    }
+    return rows;
+}
+
 bool isOwnKey(const QEvent& event)
 {
     const auto& key = static_cast<const QKeyEvent&>(event);
@@ -114,15 +129,18 @@ ToolBars::ToolBars(MainWindow& window)
 void ToolBars::fill(ActionTable& actions, const QList<IToolPlugin*>& tools, const QStringList& groups)
 {
     m_edit->fill(actions);
+    // What a plug-in calls itself must take no key from these.
+    const QList<QAction*> builtIn = builtInRows(actions);
+    QAction* reset = resetRow(actions);
     for (int i = 0; i < tools.size(); ++i) {
         if (i > 0 && groups.value(i) != groups.value(i - 1))
             m_tools->beginSection();
         addPlugin(tools[i], actions);
     }
     m_tools->beginSection();
-    addBuiltIns(actions);
+    addBuiltIns(builtIn);
     m_tools->beginSection();
-    addReset(actions);
+    addReset(reset);
 }
 
 void ToolBars::addPlugin(IToolPlugin* plugin, ActionTable& actions)
@@ -149,6 +167,8 @@ void ToolBars::addPlugin(IToolPlugin* plugin, ActionTable& actions)
                              << (parts ? QStringLiteral("it has no button with an action") : cause);
         return;
     }
+    if (entry.name.trimmed().isEmpty())
+        entry.name = entry.modes.first()->text();
     ActionRow row;
     row.id = QStringLiteral("tools") + QString(entry.name).toLower().remove(QLatin1Char(' '));
     row.label = entry.name;
@@ -162,21 +182,15 @@ void ToolBars::addPlugin(IToolPlugin* plugin, ActionTable& actions)
     addEntry(entry);
 }
 
-void ToolBars::addBuiltIns(ActionTable& actions)
+void ToolBars::addBuiltIns(const QList<QAction*>& rows)
 {
-    for (const BuiltInTool& tool : builtInTools) {
-        ActionRow row;
-        row.id = QString::fromLatin1(tool.id);
-        row.label = MainWindow::tr(tool.label);
-        row.keys = QString::fromLatin1(tool.keys);
-        row.checkable = true;
+    for (int i = 0; i < rows.size(); ++i) {
+        const BuiltInTool& tool = builtInTools[i];
         Entry entry;
-        entry.name = row.label;
+        entry.name = MainWindow::tr(tool.label);
         entry.event = tool.event;
         entry.button = new QToolButton(m_tools);
-        QAction* action = actions.add(row, [](bool) {});
-        action->setIcon(QIcon(QString::fromLatin1(tool.icon)));
-        entry.modes << action;
+        entry.modes << rows[i];
         entry.page = tool.makePage ? tool.makePage(m_pages) : nullptr;
         addEntry(entry);
     }
@@ -205,7 +219,7 @@ void ToolBars::addEntry(const Entry& entry)
     m_reset->remember(entry.page);
 }
 
-void ToolBars::addReset(ActionTable& actions)
+QAction* ToolBars::resetRow(ActionTable& actions)
 {
     ActionRow row;
     row.id = QStringLiteral("toolsreset");
@@ -217,9 +231,14 @@ void ToolBars::addReset(ActionTable& actions)
     });
     action->setIcon(QIcon(QStringLiteral(":/icons/reset.png")));
     tellKeys(*action);
+    return action;
+}
+
+void ToolBars::addReset(QAction* action)
+{
     auto* button = new QToolButton(m_tools);
     button->setDefaultAction(action);
-    button->setAccessibleName(row.label);
+    button->setAccessibleName(action->text());
     m_tools->addButton(button);
 }
 

@@ -68,8 +68,9 @@ private:
     };
 
     void addPlugin(IToolPlugin* plugin, ActionTable& actions);
-    void addBuiltIns(ActionTable& actions);
-    void addReset(ActionTable& actions);
+    void addBuiltIns(const QList<QAction*>& rows);
+    QAction* resetRow(ActionTable& actions);
+    void addReset(QAction* action);
     void resetModes();
     void addEntry(const Entry& entry);
     void choose(int entry, int mode);
