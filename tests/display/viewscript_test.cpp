@@ -25,12 +25,6 @@ namespace {
 constexpr int rate = 48000;
 constexpr int64_t frames = 200'000;
 
-// A moment in a plain build, a minute where the tests are given patience.
-int scriptTime()
-{
-    return testsupport::patient(1000) > 1000 ? 60'000 : 3000;
-}
-
 class Script : public testing::Test
 {
 protected:
@@ -170,7 +164,7 @@ TEST_F(Script, pansZoomsAndEditsSamplesAndStillShowsWhatTheLayerHolds)
     QElapsedTimer timer;
     timer.start();
     int steps = 0;
-    while (timer.elapsed() < scriptTime() || steps < 40) {
+    while (timer.elapsed() < testsupport::scriptTime() || steps < 40) {
         ++steps;
         switch (number(8)) {
         case 0:

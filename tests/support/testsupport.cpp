@@ -54,6 +54,11 @@ int patient(int milliseconds)
     return milliseconds * std::max(1, qEnvironmentVariableIntValue("MORVANE_TEST_PATIENCE"));
 }
 
+int scriptTime()
+{
+    return patient(1000) > 1000 ? 60'000 : 3000;
+}
+
 bool waitFor(const std::function<bool()>& condition, int milliseconds)
 {
     const int limit = patient(milliseconds);

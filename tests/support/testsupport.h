@@ -27,6 +27,10 @@ void expectWarning(const QString& part);
 // the sanitizer builds set for their tests.
 int patient(int milliseconds);
 
+// How long a script of a user who never rests goes on, in milliseconds: a moment in a plain build, a minute
+// where the tests are given patience.
+int scriptTime();
+
 // Whether the build has a sanitizer that keeps memory of its own, so that the program's cannot be told.
 bool isSanitized();
 

@@ -1,12 +1,15 @@
 // Commands of all kinds in the window: what they may touch, and their way back.
+#include "display/spectralchannel.h"
 #include "editing/datamanager.h"
 #include "ui/historypanel.h"
 #include "ui/panelstest.h"
 #include "ui/widgets/qlineeditext.h"
 
 #include <QCryptographicHash>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QSet>
+#include <QWheelEvent>
 
 #include <complex>
 #include <random>
@@ -216,6 +219,37 @@ TEST_F(RandomCommands, UndoAndRedoOfTwoHundredOfAllKindsAreBitIdenticalAndLeaveN
     }
     EXPECT_TRUE(testsupport::waitFor([this] { return sampleFiles() == heldFiles(); }, 20000))
         << sampleFiles().size() << " files, " << heldFiles().size() << " held";
+}
+
+// What a user does who never waits for a picture. The wheel and the area have no step, and neither may change
+// what the history holds.
+TEST_F(RandomCommands, AnEditorWhoNeverRestsFindsEachStateAgainWhileThePicturesAreMade)
+{
+    openTone("tone.wav", 5, 2);
+    QElapsedTimer timer;
+    timer.start();
+    m_random.seed(7);
+    m_states = {state()};
+    const auto views = m_window->findChildren<SpectralChannel*>();
+    ASSERT_EQ(views.size(), 2);
+    int commands = 0;
+    while (timer.elapsed() < testsupport::scriptTime() || commands < 30) {
+        step();
+        ASSERT_FALSE(HasFatalFailure()) << "command " << commands;
+        ++commands;
+        const Range all = front()->layers()->range();
+        const Area area{double(all.start + pick(0, int(all.length))), double(pick(0, 4000)),
+                        double(pick(50, int(all.length))), double(pick(100, 4000))};
+        postEvent(nullptr, EventId::DisplayAreaChange, area, nullptr);
+        SpectralChannel& view = *views[pick(0, 1)];
+        const QPointF at(view.rect().center());
+        QWheelEvent wheel(at, view.mapToGlobal(at.toPoint()), QPoint(), {0, pick(-120, 120)}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(&view, &wheel);
+        QCoreApplication::processEvents(QEventLoop::AllEvents, pick(1, 30));
+    }
+    walk();
+    std::printf("[ figure   ] %d commands\n", commands);
 }
 
 // --- nothing outside -------------------------------------------------------------------------------
