@@ -75,7 +75,8 @@ bool SafeFile::commit()
         good = fail(platform::lastSystemError());
     if (!good)
         m_file->cancelWriting();
-    if (!m_file->commit() && good)
+    m_replaced = m_file->commit();
+    if (!m_replaced && good)
         good = fail(m_file->errorString());
     if (good && !platform::syncFolder(QFileInfo(m_path).path()))
         good = fail(platform::lastSystemError());

@@ -29,6 +29,8 @@ public:
     // True once the new file is on the disk under its name. False with the old file in place; or, if
     // only the folder could not be synced, with the new one in place and not yet known to be safe.
     [[nodiscard]] bool commit();
+    // Whether the new file stands under its name; what it names must then stay, whatever commit() told.
+    [[nodiscard]] bool isReplaced() const { return m_replaced; }
 
     // The path at the end of a chain of links, also when nothing stands there yet. Empty for a circle.
     [[nodiscard]] static QString followLinks(QString path);
@@ -42,5 +44,6 @@ private:
 
     QString m_path;
     QString m_error;
+    bool m_replaced = false;
     std::unique_ptr<QSaveFile> m_file;
 };

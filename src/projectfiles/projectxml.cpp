@@ -185,9 +185,9 @@ bool ManifestWriter::write(const Project& project, const QList<SavedLayer>& laye
 
 // --- ways of storing it ----------------------------------------------------------------------------
 
-bool saveSynced(const QString& path, const QByteArray& bytes, QString& words)
+// False with `words` when the new file is not known to be safe; the path may name it nevertheless.
+bool saveSynced(SafeFile& file, const QByteArray& bytes, QString& words)
 {
-    SafeFile file(path);
     if (file.open() && file.write(bytes) && file.commit())
         return true;
     words = file.errorString();
@@ -252,11 +252,14 @@ SaveResult writeWithCopies(const Project& project, const QString& path, const Pr
     if (!first.write(project, layers, sidecars.firstPaths()) ||
         !final.write(project, layers, sidecars.paths()) || final.isCut())
         return fail(QDir::toNativeSeparators(file) + QLatin1String(": ") + tooLong());
-    if (!saveSynced(file, first.bytes(), result.words))
+    SafeFile firstFile(file), finalFile(file);
+    const bool isSafe = saveSynced(firstFile, first.bytes(), result.words);
+    if (firstFile.isReplaced())
+        sidecars.keep();
+    if (!isSafe)
         return result;
     // From here on the new project is saved, whatever fails.
-    sidecars.keep();
-    if (!sidecars.settle() || !saveSynced(file, final.bytes(), result.words)) {
+    if (!sidecars.settle() || !saveSynced(finalFile, final.bytes(), result.words)) {
         qWarning().noquote() << "samples stay in a folder of another name:" << sidecars.errorString()
                              << result.words;
         result.words.clear();
@@ -295,7 +298,8 @@ SaveResult writeProjectXml(const Project& project, const QString& path, SampleFi
     }
     if (manifest.isCut())
         qWarning().noquote() << "long texts or many markers were left out of" << path;
-    result.done = sync ? saveSynced(path, manifest.bytes(), result.words)
+    SafeFile file(path);
+    result.done = sync ? saveSynced(file, manifest.bytes(), result.words)
                        : saveUnsynced(path, manifest.bytes(), result.words);
     return result;
 }

@@ -46,6 +46,7 @@ struct Point
 {
     QString call;
     int n;
+    bool operator==(const Point&) const = default;
     [[nodiscard]] QString fault(const QString& what = QStringLiteral("signal=KILL")) const
     {
         return QStringLiteral("%1:%2:when=%3").arg(call, what).arg(n);

@@ -145,8 +145,10 @@ public:
     Victim()
     {
         m_tabs.setFilePlugins({&m_plugin});
-        QObject::connect(&m_history, &History::storageFailed,
-                         [this](const QString& words) { m_refused = words; });
+        QObject::connect(&m_history, &History::storageFailed, [this](const QString& words) {
+            m_refused = true;
+            std::printf("refused %s\n", words.toUtf8().constData());
+        });
     }
     // When a command has failed.
     void rescue(const QStringList& words);
@@ -181,7 +183,7 @@ private:
     ProjectTabs m_tabs;
     History m_history;
     DataManager m_data{nullptr};
-    QString m_refused; // by the history, for lack of room
+    bool m_refused = false; // by the history, for lack of room
 };
 
 bool Victim::act(const QString& command, float value)
@@ -209,12 +211,9 @@ bool Victim::act(const QString& command, float value)
         return false;
     }
     postEvent(nullptr, EventId::LayerContentUpdate, ILayerPtr(target), nullptr);
-    m_refused.clear();
+    m_refused = false;
     record(command);
-    if (m_refused.isEmpty())
-        return true;
-    std::printf("refused %s\n", m_refused.toUtf8().constData());
-    return false;
+    return !m_refused;
 }
 
 void Victim::record(const QString& name)
