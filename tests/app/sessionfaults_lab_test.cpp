@@ -1,5 +1,5 @@
 // System calls that fail, full disks and targets that cannot be written, in the midst of edits and saves.
-#include "promises.h"
+#include "scenarios.h"
 #include "support/smalldisk.h"
 
 #include <sys/mount.h>
@@ -8,22 +8,15 @@ using namespace promises;
 
 namespace {
 
-const Scenario scenario = {
-    {QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"), QStringLiteral("save:@song.mvx"),
-     QStringLiteral("close")},
-    {QStringLiteral("open:@c.ramp"), QStringLiteral("scatter:3"), QStringLiteral("save:@song.mvp"),
-     QStringLiteral("cut:100000"), QStringLiteral("undo"), QStringLiteral("insert"),
-     QStringLiteral("import:@b.ramp"), QStringLiteral("grow:5"), QStringLiteral("save:@song.mvx"),
-     QStringLiteral("scatter:6"), QStringLiteral("save:@song.mvp")}};
-
 constexpr int64_t megabyte = 1 << 20;
 constexpr int64_t headroom = 64 * megabyte; // stays free on the disk of a session
 
 class SessionFaults : public VictimTest
 {
 protected:
-    // Runs the scenario; a failure must have told file and cause, and the document must go elsewhere.
-    static int runTold(const VictimHome& home, const QStringList& strace, Aftermath& aftermath)
+    // Runs a scenario; a failure must have told file and cause, and the document must go elsewhere.
+    static int runTold(const VictimHome& home, const Scenario& scenario, const QStringList& strace,
+                       Aftermath& aftermath)
     {
         const QString elsewhere = home.folder() + QStringLiteral("/DATA_HOME/rescued.mvp");
         const VictimRun run =
@@ -48,26 +41,27 @@ protected:
         const int done = run.states().size();
         return failed ? done : std::min(done, int(scenario.commands.size()));
     }
+    static void failAll(const Scenario& scenario, int count);
     // Full disks of which `left` bytes may still be taken, one after the other. Behind how many different
     // commands they were full.
     static int fillDisks(const QList<int64_t>& left,
                          const std::function<void(VictimHome& home, const QString& disk)>& move)
     {
-        const Reference reference = measure(scenario);
+        const Reference reference = measure(saving);
         std::set<int> stops;
         for (const int64_t bytes : left) {
             SCOPED_TRACE(bytes);
             const testsupport::SmallDisk disk;
             auto fresh = std::make_unique<VictimHome>();
             move(*fresh, disk.path);
-            const auto home = prepare(scenario, nullptr, std::move(fresh));
+            const auto home = prepare(saving, nullptr, std::move(fresh));
             disk.fill(bytes);
             Aftermath aftermath;
             aftermath.mend = [&] { EXPECT_TRUE(QFile::remove(disk.path + QStringLiteral("/filler"))); };
-            const int finished = runTold(*home, {}, aftermath);
+            const int finished = runTold(*home, saving, {}, aftermath);
             EXPECT_FALSE(aftermath.backupFailed) << "the reserve is for it";
             stops.insert(finished);
-            expectPromises(*home, scenario, reference, finished, aftermath);
+            expectPromises(*home, saving, reference, finished, aftermath);
             QDir(home->folder()).removeRecursively();
         }
         std::printf("[ figure   ] %d disks, full behind %d different commands\n", int(left.size()),
@@ -86,15 +80,14 @@ QString errorOf(const QString& call, int i)
     return i % 2 == 0 ? QStringLiteral("ENOSPC") : QStringLiteral("EIO");
 }
 
-} // namespace
-
-TEST_F(SessionFaults, aSystemCallThatFailsBreaksNoPromise)
+// Lets `count` calls fail, or all when MORVANE_KILL_POINTS says "all", and each sync in any case: it fails
+// behind what it is to make safe, a rename above all.
+void SessionFaults::failAll(const Scenario& scenario, int count)
 {
     const Reference reference = measure(scenario);
     ASSERT_FALSE(HasFailure());
     const bool all = qgetenv("MORVANE_KILL_POINTS") == "all";
-    QList<Point> points = sample(reference.points, all ? reference.points.size() : 24);
-    // A sync fails behind what it is to make safe, a rename above all.
+    QList<Point> points = sample(reference.points, all ? reference.points.size() : count);
     for (const Point& point : reference.points)
         if (point.call == QLatin1String("fsync") && !points.contains(point))
             points << point;
@@ -107,7 +100,7 @@ TEST_F(SessionFaults, aSystemCallThatFailsBreaksNoPromise)
         const auto home = prepare(scenario);
         Aftermath aftermath;
         const int finished =
-            runTold(*home,
+            runTold(*home, scenario,
                     {QStringLiteral("-f"), QStringLiteral("-qq"), QStringLiteral("-o"),
                      QStringLiteral("/dev/null"), QStringLiteral("-e"), QStringLiteral("trace=") + point.call,
                      QStringLiteral("-e"), QStringLiteral("inject=") + fault},
@@ -118,6 +111,28 @@ TEST_F(SessionFaults, aSystemCallThatFailsBreaksNoPromise)
     }
     std::printf("[ figure   ] %d calls failed, and with them %d commands\n", i, failed);
     EXPECT_GE(failed, 3) << "the faults do not reach the program";
+}
+
+} // namespace
+
+TEST_F(SessionFaults, aSystemCallThatFailsBreaksNoPromise)
+{
+    failAll(saving, 24);
+}
+
+TEST_F(SessionFaults, aSystemCallThatFailsInCutPasteDeleteTimeAndUndoBreaksNoPromise)
+{
+    failAll(rearranging, 6);
+}
+
+TEST_F(SessionFaults, aSystemCallThatFailsInAChangeOfFormatAndADuplicateBreaksNoPromise)
+{
+    failAll(converting, 6);
+}
+
+TEST_F(SessionFaults, aSystemCallThatFailsInTheRecoveryBreaksNoPromise)
+{
+    failAll(recovering, 6);
 }
 
 TEST_F(SessionFaults, aFullDiskOnTheSideOfTheSessionBreaksNoPromise)
@@ -138,17 +153,17 @@ TEST_F(SessionFaults, aFullDiskOnTheSideOfTheTargetBreaksNoPromise)
 
 TEST_F(SessionFaults, aTargetThatCannotBeWrittenBreaksNoPromise)
 {
-    const Reference reference = measure(scenario);
+    const Reference reference = measure(saving);
     ASSERT_FALSE(HasFailure());
     const testsupport::SmallDisk disk;
     const QByteArray path = QFile::encodeName(disk.path);
     auto fresh = std::make_unique<VictimHome>();
     fresh->moveTargets(disk.path + QStringLiteral("/t"));
-    const auto home = prepare(scenario, nullptr, std::move(fresh));
+    const auto home = prepare(saving, nullptr, std::move(fresh));
     ASSERT_EQ(mount(nullptr, path, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
     Aftermath aftermath;
     aftermath.mend = [&] { EXPECT_EQ(mount(nullptr, path, nullptr, MS_REMOUNT, nullptr), 0); };
-    const int finished = runTold(*home, {}, aftermath);
+    const int finished = runTold(*home, saving, {}, aftermath);
     EXPECT_EQ(finished, 2) << "up to the first save";
-    expectPromises(*home, scenario, reference, finished, aftermath);
+    expectPromises(*home, saving, reference, finished, aftermath);
 }

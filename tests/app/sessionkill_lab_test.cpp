@@ -1,6 +1,6 @@
 // The program killed at the n-th system call of a kind, in the midst of import, edits, saves and of a
 // recovery. What it promised must hold then, whatever n is.
-#include "promises.h"
+#include "scenarios.h"
 
 #include <map>
 #include <set>
@@ -12,40 +12,6 @@
 using namespace promises;
 
 namespace {
-
-const Scenario working = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"),
-                           QStringLiteral("save:@song.mvx"), QStringLiteral("close")},
-                          {QStringLiteral("open:@a.ramp"), QStringLiteral("edit:5"),
-                           QStringLiteral("save:@song.mvp"), QStringLiteral("import:@b.ramp"),
-                           QStringLiteral("insert"), QStringLiteral("save:@song.mvx"), QStringLiteral("crop"),
-                           QStringLiteral("undo"), QStringLiteral("save:@song.mvp")}};
-const Scenario converting = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"),
-                              QStringLiteral("save:@song.mvx"), QStringLiteral("close")},
-                             {QStringLiteral("open:@a.ramp"), QStringLiteral("import:@b.ramp"),
-                              QStringLiteral("format:12000"), QStringLiteral("edit:2"),
-                              QStringLiteral("duplicate"), QStringLiteral("save:@song.mvp")}};
-// Edits that change samples where they lie, in a long layer.
-const Scenario editing = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"),
-                           QStringLiteral("save:@song.mvx"), QStringLiteral("close")},
-                          {QStringLiteral("open:@c.ramp"), QStringLiteral("scatter:3"),
-                           QStringLiteral("cut:100000"), QStringLiteral("scatter:4"), QStringLiteral("undo"),
-                           QStringLiteral("undo"), QStringLiteral("redo"), QStringLiteral("grow:5"),
-                           QStringLiteral("shrink"), QStringLiteral("undo"), QStringLiteral("scatter:6"),
-                           QStringLiteral("save:@song.mvp")}};
-// Menu commands on two layers, of which some change both.
-const Scenario rearranging = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"),
-                               QStringLiteral("save:@song.mvx"), QStringLiteral("close")},
-                              {QStringLiteral("open:@a.ramp"), QStringLiteral("import:@b.ramp"),
-                               QStringLiteral("cut:5000"), QStringLiteral("deselect"),
-                               QStringLiteral("paste"), QStringLiteral("deletetime"), QStringLiteral("undo"),
-                               QStringLiteral("undo"), QStringLiteral("redo"), QStringLiteral("redo"),
-                               QStringLiteral("save:@song.mvp"), QStringLiteral("undo")}};
-const Scenario recovering = {{QStringLiteral("open:@b.ramp"), QStringLiteral("save:@song.mvp"),
-                              QStringLiteral("save:@song.mvx"), QStringLiteral("import:@a.ramp"),
-                              QStringLiteral("insert"), QStringLiteral("open:@a.ramp"),
-                              QStringLiteral("edit:3")},
-                             {QStringLiteral("recover"), QStringLiteral("edit:9"),
-                              QStringLiteral("save:@song.mvp"), QStringLiteral("insert")}};
 
 // A file system on an image of its own.
 class Mounted

@@ -55,8 +55,11 @@ namespace {
 
 QMessageBox::StandardButton answerToRecover = QMessageBox::Yes;
 
+bool hasFailed = false; // the command in work has told so
+
 QMessageBox::StandardButton answer(const messages::Box& box)
 {
+    hasFailed = hasFailed || box.icon == QMessageBox::Critical;
     std::printf("box %s|%s|%s\n", box.title.toUtf8().constData(), box.text.toUtf8().constData(),
                 box.informative.toUtf8().constData());
     return box.buttons.testFlag(QMessageBox::Reset) ? answerToRecover : box.defaultButton;
@@ -145,8 +148,8 @@ public:
     Victim()
     {
         m_tabs.setFilePlugins({&m_plugin});
-        QObject::connect(&m_history, &History::storageFailed, [this](const QString& words) {
-            m_refused = true;
+        QObject::connect(&m_history, &History::storageFailed, [](const QString& words) {
+            hasFailed = true;
             std::printf("refused %s\n", words.toUtf8().constData());
         });
     }
@@ -183,7 +186,6 @@ private:
     ProjectTabs m_tabs;
     History m_history;
     DataManager m_data{nullptr};
-    bool m_refused = false; // by the history, for lack of room
 };
 
 bool Victim::act(const QString& command, float value)
@@ -211,9 +213,8 @@ bool Victim::act(const QString& command, float value)
         return false;
     }
     postEvent(nullptr, EventId::LayerContentUpdate, ILayerPtr(target), nullptr);
-    m_refused = false;
     record(command);
-    return !m_refused;
+    return true;
 }
 
 void Victim::record(const QString& name)
@@ -350,9 +351,10 @@ bool Victim::run(const QString& command, const QString& argument)
                           : argument == QLatin1String("Reset") ? QMessageBox::Reset
                                                                : QMessageBox::Yes;
     if (command == QLatin1String("recover") || command == QLatin1String("ask")) {
+        bool done = true;
         recoverSessions(nullptr, SessionFolder(),
-                        [this](const QStringList& manifests) { m_tabs.recover(manifests); });
-        return true;
+                        [&](const QStringList& manifests) { done = m_tabs.recover(manifests); });
+        return done;
     }
     if (command == QLatin1String("close")) {
         while (m_tabs.count() > 0 && m_tabs.close(0, true)) {
@@ -392,7 +394,8 @@ int main(int argc, char** argv)
     for (const QString& word : words.mid(2)) {
         const int colon = word.indexOf(QLatin1Char(':'));
         const QString command = colon < 0 ? word : word.left(colon);
-        if (!victim.run(command, colon < 0 ? QString() : word.mid(colon + 1))) {
+        hasFailed = false;
+        if (!victim.run(command, colon < 0 ? QString() : word.mid(colon + 1)) || hasFailed) {
             std::printf("cannot %s\n", word.toUtf8().constData());
             victim.rescue(words);
             return 1;
