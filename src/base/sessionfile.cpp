@@ -270,14 +270,18 @@ std::unique_ptr<SessionFile> SessionFile::create(const QString& folder, int64_t 
     return file;
 }
 
-std::unique_ptr<SessionFile> SessionFile::adopt(const QString& folder, const QString& path)
+std::unique_ptr<SessionFile> SessionFile::adopt(const QString& folder, const QString& path, bool* refused)
 {
+    bool nowhere = false;
+    bool& isRefused = refused ? *refused : nowhere;
+    isRefused = false;
     auto d = std::make_unique<Private>();
     const QString canonical = QFileInfo(folder).canonicalFilePath();
     const QFileInfo info(path);
     d->name = info.fileName();
-    const auto refuse = [&path](const QString& cause) {
+    const auto refuse = [&](const QString& cause) {
         setFailure(path, cause);
+        isRefused = true;
         return nullptr;
     };
     if (canonical.isEmpty() || QFileInfo(info.path()).canonicalFilePath() != canonical || d->name.isEmpty() ||
@@ -289,8 +293,12 @@ std::unique_ptr<SessionFile> SessionFile::adopt(const QString& folder, const QSt
     // Not blocking: opening a FIFO would wait for a writer.
     d->file = openat(d->folderFd, QFile::encodeName(d->name).constData(),
                      O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (d->file < 0)
-        return refuse(platform::lastSystemError());
+    if (d->file < 0) {
+        const bool isShort = errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == EIO;
+        refuse(platform::lastSystemError());
+        isRefused = !isShort;
+        return nullptr;
+    }
     struct stat status;
     if (fstat(d->file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1 ||
         status.st_uid != geteuid())

@@ -81,8 +81,11 @@ public:
     // tells why.
     [[nodiscard]] static std::unique_ptr<SessionFile> create(const QString& folder, int64_t bytes);
     // Takes over an existing file. Refused (null) unless it is a regular file with one link, owned
-    // by this user, whose canonical parent is `folder`, not locked by somebody else.
-    [[nodiscard]] static std::unique_ptr<SessionFile> adopt(const QString& folder, const QString& path);
+    // by this user, whose canonical parent is `folder`, not locked by somebody else. Null too when it is all
+    // that, but the system has no memory, descriptor or space for it now: `refused` (may be null) tells
+    // which.
+    [[nodiscard]] static std::unique_ptr<SessionFile> adopt(const QString& folder, const QString& path,
+                                                            bool* refused = nullptr);
     ~SessionFile();
     SessionFile(const SessionFile&) = delete;
     SessionFile& operator=(const SessionFile&) = delete;

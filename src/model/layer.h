@@ -73,7 +73,8 @@ public:
                                            int64_t start, const QString& path, bool copyFile,
                                            bool withBackup);
     // The same for a session file that is adopted, with the cause in `words` instead of the log. What
-    // became of a file of less than a sample point is an empty layer without a cause.
+    // became of a file of less than a sample point is an empty layer without a cause. Null when the file is
+    // ours, but the system has no memory, descriptor or space for it now; it stays as it is.
     [[nodiscard]] static LayerPtr adoptFile(const SamplingFormat& format, const LayerHeader& header,
                                             int64_t start, const QString& path, bool withBackup,
                                             QString* words);

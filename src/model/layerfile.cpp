@@ -53,6 +53,8 @@ LayerPtr Layer::fromFile(const SamplingFormat& format, const LayerHeader& header
             layer->startBackup();
     } else {
         layer = adoptFile(format, header, start, path, withBackup, &cause);
+        if (!layer)
+            layer = create(format, header, start, withBackup);
     }
     if (!cause.isEmpty())
         qWarning().noquote() << "Sample file" << path << "cannot be used:" << cause;
@@ -63,11 +65,15 @@ LayerPtr Layer::adoptFile(const SamplingFormat& format, const LayerHeader& heade
                           const QString& path, bool withBackup, QString* words)
 {
     const LayerPtr layer = create(format, header, start, false);
-    std::unique_ptr<SessionFile> file = SessionFile::adopt(SampleStore::sessionFolder(), path);
-    if (!file || !layer->m_store.adopt(file))
+    bool refused = false;
+    std::unique_ptr<SessionFile> file = SessionFile::adopt(SampleStore::sessionFolder(), path, &refused);
+    if (!file || !layer->m_store.adopt(file)) {
         *words = SessionFile::lastError();
-    if (file)
-        file->keep(); // still as it was
+        if (file)
+            file->keep(); // still as it was
+        if (!refused)
+            return nullptr;
+    }
     if (withBackup)
         layer->startBackup();
     return layer;

@@ -108,6 +108,10 @@ LayerFactory::Made SessionLayers::adopted(const Wanted& wanted, const QString& p
     made.told = QFileInfo::exists(path) || QFileInfo(path).isSymLink();
     QString words;
     made.layer = Layer::adoptFile(wanted.format, wanted.header, wanted.start, path, false, &words);
+    if (!made.layer) { // another start may have room for it
+        made.words = words;
+        return made;
+    }
     if (words.isEmpty()) {
         m_adopted << made.layer;
         const int64_t held = made.layer->dataRange().length;

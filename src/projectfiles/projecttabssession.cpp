@@ -29,7 +29,14 @@ bool ProjectTabs::recoverProject(const QString& manifest)
 {
     qInfo().noquote() << QStringLiteral("recovering %1...").arg(manifest);
     LoadProgress progress(window(), tr("Opening..."));
-    const QStringList notTakenBack = SessionJournal::rollBack(manifest);
+    // Should it find no room, the manifest stays for another start, and the samples that it names.
+    const SessionJournal::RollBack back = SessionJournal::rollBack(manifest);
+    if (!back.notNow.isEmpty()) {
+        messages::critical(window(), tr("Error Reading File"),
+                           tr("The samples of the file could not be stored."),
+                           QDir::toNativeSeparators(manifest) + QLatin1String(": ") + back.notNow);
+        return false;
+    }
     ProjectReadResult read =
         readProjectXml(manifest, SampleFiles::Reference,
                        [&progress](int64_t done, int64_t total) { return progress(done, total); });
@@ -39,8 +46,8 @@ bool ProjectTabs::recoverProject(const QString& manifest)
             messages::critical(window(), read.title, read.text, read.cause);
         return false;
     }
-    if (!notTakenBack.isEmpty()) {
-        read.damage << notTakenBack;
+    if (!back.lost.isEmpty()) {
+        read.damage << back.lost;
         read.project->setFilePath({});
     }
     const QString file = read.project->filePath();

@@ -55,22 +55,25 @@ bool isPosition(int64_t number)
     return number >= 0 && number <= maxPosition;
 }
 
+enum class Outcome { Done, Lost, NotNow };
+
 // Sample files of a dead session, opened as whoever adopts them would, and left where they are.
 class Files
 {
 public:
     explicit Files(QString folder) : m_folder(std::move(folder)) {}
-    // Null when it cannot be had; lastError() tells why.
-    SessionFile* open(const QString& name)
+    // Null when it cannot be had; lastError() tells why, and `outcome` whether for good.
+    SessionFile* open(const QString& name, Outcome& outcome)
     {
-        auto found = m_files.find(name);
-        if (found == m_files.end()) {
-            found =
-                m_files.emplace(name, SessionFile::adopt(m_folder, m_folder + QLatin1Char('/') + name)).first;
-            if (found->second)
-                found->second->keep();
-        }
-        return found->second.get();
+        bool refused = false;
+        std::unique_ptr<SessionFile>& file = m_files[name];
+        if (!file)
+            file = SessionFile::adopt(m_folder, m_folder + QLatin1Char('/') + name, &refused);
+        if (file)
+            file->keep();
+        else
+            outcome = refused ? Outcome::Lost : Outcome::NotNow;
+        return file.get();
     }
 
 private:
@@ -78,25 +81,28 @@ private:
     std::map<QString, std::unique_ptr<SessionFile>> m_files;
 };
 
-bool bringBack(Files& files, const GuardedPart& p)
+Outcome bringBack(Files& files, const GuardedPart& p)
 {
-    SessionFile* const file = files.open(p.file);
-    if (!file || (file->size() < p.fileBytes && !file->resize(p.fileBytes)))
-        return false;
+    Outcome outcome = Outcome::Done;
+    SessionFile* const file = files.open(p.file, outcome);
+    if (!file)
+        return outcome;
+    if (file->size() < p.fileBytes && !file->resize(p.fileBytes))
+        return Outcome::NotNow;
     if (p.image.isEmpty())
-        return true;
-    SessionFile* const image = files.open(p.image);
+        return outcome;
+    SessionFile* const image = files.open(p.image, outcome);
     if (!image)
-        return false;
+        return outcome;
     if (p.imageOffset + p.bytes > image->size() || p.offset + p.bytes > file->size()) {
         SessionFile::setLastError(image->path(), tr("the file is too short"));
-        return false;
+        return Outcome::Lost;
     }
     for (int64_t done = 0; done < p.bytes; done += piece)
         if (!file->write(p.offset + done, image->data() + p.imageOffset + done,
                          std::min(piece, p.bytes - done)))
-            return false;
-    return true;
+            return Outcome::NotNow;
+    return outcome;
 }
 
 } // namespace
@@ -298,7 +304,7 @@ uint64_t SessionJournal::generationOf(const QString& manifest)
     return xml.isStartElement() ? xml.attributes().value(QLatin1String("generation")).toULongLong() : 0;
 }
 
-QStringList SessionJournal::rollBack(const QString& manifest)
+SessionJournal::RollBack SessionJournal::rollBack(const QString& manifest)
 {
     const uint64_t generation = generationOf(manifest);
     SessionJournal journal(manifest);
@@ -306,13 +312,21 @@ QStringList SessionJournal::rollBack(const QString& manifest)
         journal.load();
     Files files(QFileInfo(manifest).absolutePath());
     QSet<QString> failed;
-    QStringList words;
+    RollBack result;
     for (auto entry = journal.m_entries.rbegin(); entry != journal.m_entries.rend(); ++entry) {
-        if (entry->generation < generation || bringBack(files, entry->part) ||
-            failed.contains(entry->part.file))
+        if (entry->generation < generation)
             continue;
+        const Outcome outcome = bringBack(files, entry->part);
+        if (outcome == Outcome::Done || failed.contains(entry->part.file))
+            continue;
+        const QString words =
+            tr("The action in work could not be taken back: %1").arg(SessionFile::lastError());
+        if (outcome == Outcome::NotNow) {
+            result.notNow = words;
+            break;
+        }
         failed << entry->part.file;
-        words << tr("The action in work could not be taken back: %1").arg(SessionFile::lastError());
+        result.lost << words;
     }
-    return words;
+    return result;
 }

@@ -45,9 +45,14 @@ public:
 
     // The generation that a manifest tells in its first element; 0 for none.
     [[nodiscard]] static uint64_t generationOf(const QString& manifest);
+    struct RollBack
+    {
+        QStringList lost; // what can never be brought back, a line each
+        QString notNow;   // words: the system has no memory, descriptor or space for it at the moment
+    };
     // Brings the sample files in the manifest's folder to what it names. May be done any number of times,
-    // as long as nobody has changed them since. What could not be brought back, a line each.
-    [[nodiscard]] static QStringList rollBack(const QString& manifest);
+    // as long as nobody has changed them since; must be, before they are used, when it could not be done now.
+    [[nodiscard]] static RollBack rollBack(const QString& manifest);
 
 private:
     struct Entry

@@ -226,7 +226,9 @@ TEST_F(SessionFileTest, adoptionRefusesLinksOfBothKinds)
     const QString hard = folder + QStringLiteral("/hard.pcm");
     ASSERT_EQ(symlink(native(victim), native(symbolic)), 0);
     ASSERT_EQ(link(native(victim), native(hard)), 0);
-    EXPECT_EQ(SessionFile::adopt(folder, symbolic), nullptr);
+    bool refused = false;
+    EXPECT_EQ(SessionFile::adopt(folder, symbolic, &refused), nullptr);
+    EXPECT_TRUE(refused);
     EXPECT_TRUE(SessionFile::lastError().contains(symbolic));
     EXPECT_EQ(SessionFile::adopt(folder, hard), nullptr);
     EXPECT_EQ(readFile(victim), "precious");

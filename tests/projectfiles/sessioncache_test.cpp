@@ -87,7 +87,7 @@ protected:
     // What the recovery of the dead session gives; nothing may be told as damaged.
     static std::vector<float> recovered(const QString& from)
     {
-        EXPECT_EQ(SessionJournal::rollBack(from), QStringList());
+        EXPECT_EQ(SessionJournal::rollBack(from).lost, QStringList());
         const ProjectReadResult read = readProjectXml(from, SampleFiles::Reference, {});
         EXPECT_TRUE(read.project && read.damage.isEmpty());
         const LayerPtr layer = firstLayer(*read.project);
@@ -406,7 +406,7 @@ TEST_F(SessionCacheTest, aJournalReachesNothingButSessionFiles)
           "part 1 " + own + " 4000 -4 " + own + " 0 4", QByteArray("move layer(2f).pcm /etc/passwd 4"),
           "part 1 " + own + " 4000 0 " + own + " 9223372036854775807 4"}) {
         writeFile(SessionJournal::pathOf(dead), entry(text));
-        told += SessionJournal::rollBack(dead).size();
+        told += SessionJournal::rollBack(dead).lost.size();
         EXPECT_EQ(contentOf(outside), "the user's") << text.constData();
     }
     EXPECT_EQ(told, 3) << "a link as file, a link as image, and a length that no disk has";
@@ -488,7 +488,7 @@ TEST_F(SessionCacheTest, regionsComeBackAsLayersOfTheStretchThatTheyShow)
     hidden.reset();
     regions.clear();
     crash(cache, project);
-    EXPECT_EQ(SessionJournal::rollBack(dead), QStringList());
+    EXPECT_EQ(SessionJournal::rollBack(dead).lost, QStringList());
     cache = new SessionCache(never);
     for (int again = 0; again < 2; ++again) {
         const ProjectReadResult read =
