@@ -9,6 +9,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QFileInfo>
+#include <QStorageInfo>
 #include <QXmlStreamReader>
 
 namespace {
@@ -88,7 +89,7 @@ Outcome bringBack(Files& files, const GuardedPart& p)
     if (!file)
         return outcome;
     if (file->size() < p.fileBytes && !file->resize(p.fileBytes))
-        return Outcome::NotNow;
+        return p.fileBytes > QStorageInfo(file->path()).bytesTotal() ? Outcome::Lost : Outcome::NotNow;
     if (p.image.isEmpty())
         return outcome;
     SessionFile* const image = files.open(p.image, outcome);

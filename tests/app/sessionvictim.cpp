@@ -238,6 +238,7 @@ bool Victim::reject()
     postEvent(nullptr, EventId::MarkerListChange, markers, nullptr);
     postEvent(nullptr, EventId::LayerContentUpdate, ILayerPtr(target), nullptr);
     record(QStringLiteral("reject"));
+    hasFailed = false; // as was meant
     return true;
 }
 

@@ -238,8 +238,8 @@ TEST_F(RandomCommands, AnEditorWhoNeverRestsFindsEachStateAgainWhileThePicturesA
         ASSERT_FALSE(HasFatalFailure()) << "command " << commands;
         ++commands;
         const Range all = front()->layers()->range();
-        const Area area{double(all.start + pick(0, int(all.length))), double(pick(0, 4000)),
-                        double(pick(50, int(all.length))), double(pick(100, 4000))};
+        const Area area{double(all.start + pick(0, std::max(0, int(all.length)))), double(pick(0, 4000)),
+                        double(pick(50, std::max(50, int(all.length)))), double(pick(100, 4000))};
         postEvent(nullptr, EventId::DisplayAreaChange, area, nullptr);
         SpectralChannel& view = *views[pick(0, 1)];
         const QPointF at(view.rect().center());
