@@ -50,6 +50,32 @@ extern "C" void countedFinish()
     counted(totals.flushes, finish);
 }
 
+// What a call does not compute it waits.
+template<class Call>
+void waited(const Call& call)
+{
+    const int64_t wall = now(CLOCK_MONOTONIC);
+    const int64_t processor = now(CLOCK_THREAD_CPUTIME_ID);
+    call();
+    const int64_t slept = now(CLOCK_MONOTONIC) - wall - (now(CLOCK_THREAD_CPUTIME_ID) - processor);
+    if (depth == 0 && slept > 0)
+        totals.wall += slept;
+}
+
+extern "C" void waitedTexSubImage2D(GLenum target, GLint level, GLint x, GLint y, GLsizei width,
+                                    GLsizei height, GLenum format, GLenum type, const void* pixels)
+{
+    static const auto upload = real<decltype(&waitedTexSubImage2D)>("glTexSubImage2D");
+    waited([&] { upload(target, level, x, y, width, height, format, type, pixels); });
+}
+
+extern "C" void waitedTexImage2D(GLenum target, GLint level, GLint internal, GLsizei width, GLsizei height,
+                                 GLint border, GLenum format, GLenum type, const void* pixels)
+{
+    static const auto upload = real<decltype(&waitedTexImage2D)>("glTexImage2D");
+    waited([&] { upload(target, level, internal, width, height, border, format, type, pixels); });
+}
+
 using Address = void (*)();
 
 Address addressOf(const GLubyte* name)
@@ -59,6 +85,10 @@ Address addressOf(const GLubyte* name)
         return countedFlush;
     if (asked == "glFinish")
         return countedFinish;
+    if (asked == "glTexSubImage2D")
+        return reinterpret_cast<Address>(waitedTexSubImage2D);
+    if (asked == "glTexImage2D")
+        return reinterpret_cast<Address>(waitedTexImage2D);
     static const auto address = real<Address (*)(const GLubyte*)>("glXGetProcAddressARB");
     return address(name);
 }

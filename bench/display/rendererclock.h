@@ -1,5 +1,6 @@
 // The time that a program spends waiting for the renderer: inside glFlush, glFinish, the change of contexts,
-// which flushes too, and the swap of buffers.
+// which flushes too, and the swap of buffers; and what it sleeps in an upload into a texture, which waits
+// until the pictures that show the texture are drawn. The copying there stays the program's own.
 //
 // With a software renderer that is where pictures are really drawn, so it must be told apart from the
 // program's own work. The functions of GLX that Qt's plug-in calls are found in the program itself first,
