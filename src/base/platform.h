@@ -32,6 +32,9 @@ namespace platform {
 void raiseDescriptorLimit();
 // A crash of this process leaves no memory image behind.
 void disableCoreDumps();
+// The calling thread, and threads that it starts from then on, take about a third of the share of a processor
+// that others have where processors are few. For work in the background that somebody looks at.
+void yieldToOtherThreads();
 // For a helper process: it runs only when nobody else wants the processor, and dies with the thread
 // that started it.
 void becomeBackgroundHelper();

@@ -109,6 +109,13 @@ void raiseDescriptorLimit()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+void yieldToOtherThreads()
+{
+    constexpr int step = 5;
+    // Of the calling thread alone here, whatever the name says.
+    setpriority(PRIO_PROCESS, 0, getpriority(PRIO_PROCESS, 0) + step);
+}
+
 void becomeBackgroundHelper()
 {
     sched_param parameters = {};

@@ -1,6 +1,7 @@
 #include "display/texturethread.h"
 
 #include "base/denormals.h"
+#include "base/platform.h"
 #include "model/documentlock.h"
 
 #include <QCoreApplication>
@@ -36,6 +37,8 @@ void TextureThreadBase::stop()
 void TextureThreadBase::run()
 {
     disableDenormals();
+    // The event loop and the renderer come first: a picture may be late, a wheel that stutters is felt.
+    platform::yieldToOtherThreads();
     for (;;) {
         m_wakeSemaphore.acquire();
         if (isInterruptionRequested())

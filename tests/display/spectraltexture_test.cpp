@@ -12,10 +12,13 @@
 #include <QTimer>
 #include <QVariant>
 
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <thread>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -196,6 +199,19 @@ TEST_F(Texture, aWriterOfTheDocumentKeepsRendersAway)
     EXPECT_FALSE(testsupport::waitFor([this] { return layer->reads > 0; }, 50));
     documentLock().unlock();
     EXPECT_TRUE(waitForPicture()->data);
+}
+
+TEST_F(Texture, rendersGiveWayToTheEventLoop)
+{
+    std::atomic<int> rendering{-20};
+    layer->onRead = [&rendering] {
+        const int mine = getpriority(PRIO_PROCESS, 0); // of the thread that asks
+        for (int known = rendering; known < mine && !rendering.compare_exchange_weak(known, mine);) {
+        }
+    };
+    request(wide);
+    (void)waitForPicture();
+    EXPECT_GT(rendering, getpriority(PRIO_PROCESS, 0));
 }
 
 TEST_F(Texture, aViewThatTakesNothingPilesUpNothing)
