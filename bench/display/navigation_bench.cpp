@@ -19,6 +19,7 @@
 #include "model/layerroot.h"
 #include "model/selection.h"
 #include "spectral/primitives/planning.h"
+#include "support/noiselayer.h"
 
 #include <QApplication>
 #include <QDir>
@@ -37,7 +38,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <random>
 #include <vector>
 
 #include <sys/syscall.h>
@@ -132,23 +132,6 @@ template<class Payload>
 void post(EventId id, const Payload& payload)
 {
     postEvent(nullptr, id, payload, nullptr);
-}
-
-LayerPtr noiseLayer(const SamplingFormat& format, int minutes)
-{
-    std::vector<float> second(std::size_t(rate * format.channels));
-    std::mt19937 random(7);
-    std::uniform_real_distribution<float> sample(-0.3f, 0.3f);
-    LayerPtr layer = Layer::create(format, {}, 0, false);
-    for (int i = 0; i < minutes * 60; ++i) {
-        if (i % 60 == 0)
-            for (float& s : second)
-                s = sample(random);
-        if (!layer->append(second.data(), rate))
-            std::abort();
-    }
-    layer->finishAppend();
-    return layer;
 }
 
 void runFor(int milliseconds)
@@ -273,7 +256,7 @@ int main(int argc, char** argv)
 
     const SamplingFormat stereo{SampleTypeReal, rate, ChannelsTypeAudio, 2, 3};
     LayerRoot root(stereo);
-    root.project()->appendChildLayer(noiseLayer(stereo, minutes));
+    root.project()->appendChildLayer(noiseLayer(stereo, minutes * 60));
     const Area whole = fullBandArea(stereo, root.project()->range());
     QMainWindow window;
     auto* display = new ChannelsDisplay;

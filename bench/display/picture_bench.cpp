@@ -10,6 +10,7 @@
 #include "spectral/primitives/planning.h"
 #include "support/baredft.h"
 #include "support/clocks.h"
+#include "support/noiselayer.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -30,29 +31,8 @@ const std::atomic<bool> notCancelled{false};
 
 const SamplingFormat mono{SampleTypeReal, rate, ChannelsTypeAudio, 1, 4};
 
-// A layer of `length` samples, the same second over and over.
-LayerPtr layerOf(const std::vector<float>& second, int64_t length)
-{
-    LayerPtr layer = Layer::create(mono, {}, 0, false);
-    for (int64_t at = 0; at < length; at += int64_t(second.size()))
-        if (!layer->append(second.data(), std::min<int64_t>(int64_t(second.size()), length - at)))
-            std::abort();
-    layer->finishAppend();
-    return layer;
-}
-
-LayerPtr noiseLayer(int64_t length)
-{
-    std::mt19937 random(7);
-    std::uniform_real_distribution<float> sample(-0.5f, 0.5f);
-    std::vector<float> second(rate);
-    for (float& s : second)
-        s = sample(random);
-    return layerOf(second, length);
-}
-
 // Every bit pattern below the smallest normal number, as arithmetic would not make them here.
-LayerPtr denormalLayer(int64_t length)
+LayerPtr denormalLayer(int64_t seconds)
 {
     std::mt19937 random(7);
     std::vector<float> second(rate);
@@ -60,7 +40,7 @@ LayerPtr denormalLayer(int64_t length)
         const uint32_t bits = (random() & 0x807fffffU) | 1;
         std::memcpy(&s, &bits, sizeof s);
     }
-    return layerOf(second, length);
+    return repeatedLayer(mono, second, seconds);
 }
 
 // As many bare transforms as a picture needs, on the same threads.
@@ -161,15 +141,15 @@ int main(int argc, char** argv)
         report(name, times);
         return median(times.whole.processor);
     };
-    const LayerPtr noise = noiseLayer(minute);
+    const LayerPtr noise = noiseLayer(mono, 60);
     const double normal = run("a minute", noise, double(minute), 0);
     run("a minute refined", noise, double(minute), 0.5f);
     run("five seconds", noise, 5.0 * rate, 0);
-    const double tail = run("a minute of denormal samples", denormalLayer(minute), double(minute), 0);
+    const double tail = run("a minute of denormal samples", denormalLayer(60), double(minute), 0);
     std::printf("denormal / normal (processor) %.2f\n", tail / normal);
     if (!wanted("ten hours"))
         return 0;
-    const LayerPtr hours = noiseLayer(minute * 600);
+    const LayerPtr hours = noiseLayer(mono, 36000);
     const double far = run("ten hours", hours, double(minute) * 600, 0);
     std::printf("ten hours / a minute (processor) %.2f\n", far / normal);
     run("ten hours refined", hours, double(minute) * 600, 0.5f);

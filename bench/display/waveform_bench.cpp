@@ -10,6 +10,7 @@
 #include "model/layer.h"
 #include "spectral/primitives/planning.h"
 #include "support/clocks.h"
+#include "support/noiselayer.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -21,7 +22,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 
 namespace {
 
@@ -34,21 +34,6 @@ void print(const char* name, const Clocks& clocks, const Clocks& bare)
     std::printf("    %-14s wall %6.1f ms (%.2f copies)  processor %6.1f ms (%.2f copies)\n", name,
                 median(clocks.wall) * 1e3, median(clocks.wall) / median(bare.wall),
                 median(clocks.processor) * 1e3, median(clocks.processor) / median(bare.processor));
-}
-
-LayerPtr noiseLayer(int64_t seconds)
-{
-    std::mt19937 random(7);
-    std::uniform_real_distribution<float> sample(-0.5f, 0.5f);
-    std::vector<float> second(rate);
-    for (float& s : second)
-        s = sample(random);
-    LayerPtr layer = Layer::create(mono, {}, 0, false);
-    for (int64_t i = 0; i < seconds; ++i)
-        if (!layer->append(second.data(), rate))
-            std::abort();
-    layer->finishAppend();
-    return layer;
 }
 
 void takeBlock(WaveformTexture& texture, double start, double length, int width, bool content)
@@ -107,7 +92,7 @@ int main(int argc, char** argv)
     QThreadPool::globalInstance()->setMaxThreadCount(argc > 3 ? std::clamp(std::atoi(argv[3]), 1, 64) : 2);
     QTemporaryDir folder;
     app.setProperty("sessionpath", folder.path());
-    const LayerPtr layer = noiseLayer(int64_t(hours) * 3600);
+    const LayerPtr layer = noiseLayer(mono, int64_t(hours) * 3600);
     std::printf("%d hours, %d threads\n", hours, QThreadPool::globalInstance()->maxThreadCount());
     for (const int width : {1600, 3200})
         measure(layer, width, runs);

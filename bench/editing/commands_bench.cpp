@@ -10,10 +10,10 @@
 #include "model/project.h"
 #include "spectral/primitives/planning.h"
 #include "support/clocks.h"
+#include "support/noiselayer.h"
 
 #include <cstdio>
 #include <cstring>
-#include <random>
 
 #include <QApplication>
 #include <QPainterPath>
@@ -25,22 +25,6 @@ namespace {
 constexpr int rate = 48000;
 constexpr int64_t seconds = 10;
 const SamplingFormat stereo{SampleTypeReal, rate, ChannelsTypeAudio, 2, 3};
-
-LayerPtr noiseLayer(int64_t length)
-{
-    std::mt19937 random(7);
-    std::uniform_real_distribution<float> sample(-0.5f, 0.5f);
-    std::vector<float> second(2 * rate);
-    for (float& s : second)
-        s = sample(random);
-    LayerPtr layer = Layer::create(stereo, {}, 0, false);
-    for (int64_t i = 0; i < length; ++i)
-        if (!layer->append(second.data(), rate))
-            std::abort();
-    layer->finishAppend();
-    layer->startBackup();
-    return layer;
-}
 
 void report(const char* name, const Clocks& work, const Clocks& bare)
 {
@@ -65,7 +49,8 @@ int main(int argc, char** argv)
     DataManager data(nullptr);
     Project project(stereo);
     project.transform = TransformSettings(SampleTypeReal, WindowType::BlackmanHarris, 2048, 8, 2);
-    const LayerPtr layer = noiseLayer(600);
+    const LayerPtr layer = noiseLayer(stereo, 600);
+    layer->startBackup();
     if (!project.layers()->appendChild(layer))
         std::abort();
     project.setActiveLayer(layer);

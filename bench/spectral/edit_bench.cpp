@@ -10,6 +10,7 @@
 #include "spectral/spectralbuffer.h"
 #include "support/baredft.h"
 #include "support/clocks.h"
+#include "support/noiselayer.h"
 
 #include <QCoreApplication>
 #include <QPainterPath>
@@ -17,7 +18,6 @@
 #include <QVariant>
 
 #include <cstdio>
-#include <random>
 #include <string>
 
 namespace {
@@ -26,22 +26,6 @@ constexpr int rate = 48000;
 constexpr int64_t cachedFrames = 4000; // of the 4096 that the cache holds
 const SamplingFormat mono{SampleTypeReal, rate, ChannelsTypeAudio, 1, 4};
 using TransformPtr = std::shared_ptr<const Transform>;
-
-LayerPtr noiseLayer(int64_t seconds)
-{
-    std::mt19937 random(7);
-    std::uniform_real_distribution<float> sample(-0.5f, 0.5f);
-    std::vector<float> second(rate);
-    for (float& s : second)
-        s = sample(random);
-    LayerPtr layer = Layer::create(mono, {}, 0, false);
-    for (int64_t i = 0; i < seconds; ++i)
-        if (!layer->append(second.data(), rate))
-            std::abort();
-    layer->finishAppend();
-    layer->startBackup();
-    return layer;
-}
 
 // `task` for each of `count` frames, in runs of neighbours as the work itself goes.
 template<class Task>
@@ -121,7 +105,8 @@ void changeAll(SpectralBuffer& buffer)
 
 void measureCache(const Yardsticks& dft, const TransformPtr& settings, int runs)
 {
-    const LayerPtr layer = noiseLayer(30);
+    const LayerPtr layer = noiseLayer(mono, 30);
+    layer->startBackup();
     const QBitArray all(1, true);
     Clocks fresh, again, commit, commitKept, bareForward, ownForward, bareInverse, ownInverse;
     SpectralBuffer buffer;
@@ -164,7 +149,8 @@ void measureCut(const char* name, const Yardsticks& dft, const TransformPtr& set
 {
     constexpr int64_t seconds = 10;
     constexpr int64_t frames = seconds * rate / 256;
-    const LayerPtr layer = noiseLayer(minutes * 60);
+    const LayerPtr layer = noiseLayer(mono, minutes * 60);
+    layer->startBackup();
     const LayerPtr target = Layer::create(mono, {}, 0, false);
     Clocks cut, copy, bare, own;
     for (int i = 0; i < runs + 1; ++i) {

@@ -16,6 +16,7 @@
 #include "projectfiles/projecttabs.h"
 #include "spectral/primitives/planning.h"
 #include "support/clocks.h"
+#include "support/noiselayer.h"
 #include "ui/actiontable.h"
 #include "ui/mainwindow.h"
 #include "ui/stylesheet.h"
@@ -23,7 +24,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <random>
 
 #include <QAction>
 #include <QApplication>
@@ -39,21 +39,6 @@ constexpr int rate = 48000;
 constexpr int64_t seconds = 10;
 constexpr int minutes = 10;
 const SamplingFormat stereo{SampleTypeReal, rate, ChannelsTypeAudio, 2, 3};
-
-LayerPtr noiseLayer()
-{
-    std::mt19937 random(7);
-    std::uniform_real_distribution<float> sample(-0.5f, 0.5f);
-    std::vector<float> second(2 * rate);
-    for (float& s : second)
-        s = sample(random);
-    LayerPtr layer = Layer::create(stereo, {}, 0, false);
-    for (int i = 0; i < minutes * 60; ++i)
-        if (!layer->append(second.data(), rate))
-            std::abort();
-    layer->finishAppend();
-    return layer;
-}
 
 template<class Payload>
 void post(EventId id, const Payload& payload)
@@ -155,7 +140,8 @@ int main(int argc, char** argv)
     const QString file = folder.filePath(QStringLiteral("noise.mvp"));
     {
         const ProjectPtr project = makeProject(stereo);
-        if (!project->layers()->appendChild(noiseLayer()) || !writeProjectBinary(*project, file, {}).done)
+        if (!project->layers()->appendChild(noiseLayer(stereo, minutes * 60)) ||
+            !writeProjectBinary(*project, file, {}).done)
             return 1;
     }
     if (!window.projectTabs().parse(file))
