@@ -2,6 +2,7 @@
 
 #include "model/formatchange.h"
 #include "model/layerregion.h"
+#include "model/worksteps.h"
 
 #include <QHash>
 
@@ -24,6 +25,23 @@ void shareSources(const QList<ILayerPtr>& originals, const QList<ILayerPtr>& cop
         else
             source = region->source();
     }
+}
+
+// Of the samples that a copy of these nodes moves: a region moves those that it shows.
+int64_t bytesOf(const QList<LayerPtr>& nodes)
+{
+    int64_t bytes = 0;
+    const auto add = [&bytes](const LayerPtr& layer) {
+        const LayerPtr samples = layer->source() ? layer->source() : layer;
+        bytes += samples->dataRange().length * samples->format().frameBytes();
+    };
+    for (const LayerPtr& node : nodes) {
+        add(node);
+        for (const ILayerPtr& child : node->children(ChildrenAll))
+            if (const auto below = std::dynamic_pointer_cast<Layer>(child))
+                add(below);
+    }
+    return bytes;
 }
 
 } // namespace
@@ -106,11 +124,16 @@ QList<ILayerPtr> LayerRoot::allLayers() const
     return all;
 }
 
-std::optional<LayerRoot> LayerRoot::clone(QString* words) const
+std::optional<LayerRoot> LayerRoot::clone(QString* words, const Progress& progress) const
 {
+    WorkSteps steps(progress, bytesOf(m_layers));
+    // Without a progress the samples are copied at one go.
+    const SampleStore::Work goOn =
+        progress ? SampleStore::Work([&steps](int64_t moved) { return steps.moved(moved); })
+                 : SampleStore::Work();
     LayerRoot copy(m_format);
     for (int i = 0; i < m_layers.size(); ++i) {
-        const LayerPtr node = m_layers[i]->clone(i == RootProject);
+        const LayerPtr node = m_layers[i]->cloneInSteps(i == RootProject, goOn);
         if (!node) {
             m_layers[i]->takeStorageError(words);
             return std::nullopt;

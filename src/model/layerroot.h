@@ -39,8 +39,10 @@ public:
     [[nodiscard]] bool isVisible(const ILayerPtr& layer) const;
     // A tree of its own with copies of all samples: nodes 0 and 1 without backups, "Project" with;
     // the active layer is the one at the same place. Nothing when there is no room for the files;
-    // `words` then receives the cause.
-    [[nodiscard]] std::optional<LayerRoot> clone(QString* words = nullptr) const;
+    // `words` then receives the cause. Nothing also when `progress` says no, or when a layer is changed while
+    // it runs the event loop.
+    [[nodiscard]] std::optional<LayerRoot> clone(QString* words = nullptr,
+                                                 const Progress& progress = {}) const;
 
 private:
     SamplingFormat m_format;

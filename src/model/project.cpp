@@ -43,9 +43,9 @@ Area Project::wholeArea() const
     return fullBandArea(m_format, layers()->range());
 }
 
-std::shared_ptr<Project> Project::duplicate(QString* words) const
+std::shared_ptr<Project> Project::duplicate(QString* words, const Progress& progress) const
 {
-    const std::optional<LayerRoot> root = m_root.clone(words);
+    const std::optional<LayerRoot> root = m_root.clone(words, progress);
     if (!root)
         return nullptr;
     const auto copy = std::make_shared<Project>(m_format);

@@ -90,8 +90,9 @@ public:
 
     // A document of its own with copies of all samples, this one's name with " (copy)" behind it, no
     // path, and a history of one state, "Duplicate". Null when there is no room for the files; `words`
-    // then receives the cause.
-    [[nodiscard]] std::shared_ptr<Project> duplicate(QString* words = nullptr) const;
+    // then receives the cause. Null also when `progress` says no.
+    [[nodiscard]] std::shared_ptr<Project> duplicate(QString* words = nullptr,
+                                                     const Progress& progress = {}) const;
 
     // Of the project file, or of the recording that it was opened from; may be empty.
     [[nodiscard]] QString filePath() const { return m_path; }

@@ -1,6 +1,7 @@
 #include "projectfiles/duplicateto.h"
 
 #include "model/layercopy.h"
+#include "projectfiles/loadprogress.h"
 #include "projectfiles/newproject.h"
 #include "projectfiles/progressbox.h"
 #include "projectfiles/projectdefaults.h"
@@ -8,13 +9,10 @@
 
 #include <QCoreApplication>
 #include <QDebug>
-#include <QElapsedTimer>
 #include <QInputDialog>
 #include <QListView>
 
 namespace {
-
-constexpr int64_t patience = 1000; // ms
 
 QString text(const char* source)
 {
@@ -40,8 +38,13 @@ ProjectPtr duplicateProject(const FlowHost& host, const Project& project)
 {
     qInfo().noquote() << QStringLiteral("Duplicate Project %1").arg(project.name);
     QString words;
-    const ProjectPtr copy = project.duplicate(&words);
-    if (!copy)
+    bool cancelled = false;
+    LoadProgress box(host.window, text("Duplicating..."), duplicatePatience);
+    const ProjectPtr copy = project.duplicate(&words, [&](int done, int total) {
+        cancelled = !box(done, total);
+        return !cancelled;
+    });
+    if (!copy && !cancelled)
         messages::critical(host.window, text("Duplicate Project"),
                            text("The project could not be duplicated."), words);
     return copy;
@@ -68,15 +71,11 @@ int DuplicateTo::choose(const QList<ProjectPtr>& open) const
 
 LayerPtr DuplicateTo::copyActive(bool& cancelled, QString& words) const
 {
-    QElapsedTimer timer;
-    timer.start();
-    std::unique_ptr<ProgressBox> box; // a short copy does without
+    LoadProgress box(m_host.window, text("Duplicating..."), duplicatePatience);
     return copyInSteps(
         m_project->activeLayer(),
         [&](int done, int total) {
-            if (!box && timer.elapsed() >= patience)
-                box = std::make_unique<ProgressBox>(m_host.window, text("Duplicating..."));
-            cancelled = box && !(*box)(done, total);
+            cancelled = !box(done, total);
             return !cancelled;
         },
         &words);

@@ -5,7 +5,11 @@
 
 #include <QList>
 
-// The document as a new one of its own; null, after a box, when there is no room for its samples.
+// Milliseconds before a copy shows its progress. Tests that want it at once set it to 0.
+inline int duplicatePatience = 1000;
+
+// The document as a new one of its own; null after a cancel, or, with a box, when there is no room for its
+// samples. Runs the event loop.
 [[nodiscard]] ProjectPtr duplicateProject(const FlowHost& host, const Project& project);
 
 // Where the copy of the active layer has gone; null after a box or a cancel, nothing has changed then.

@@ -16,7 +16,10 @@ public:
     // Milliseconds. Tests that want the box at once set it to 0.
     inline static int patience = 250;
 
-    LoadProgress(QWidget* window, QString text) : m_window(window), m_text(std::move(text))
+    LoadProgress(QWidget* window, QString text, int wait = patience)
+        : m_window(window),
+          m_text(std::move(text)),
+          m_wait(wait)
     {
         m_timer.start();
     }
@@ -24,7 +27,7 @@ public:
     // False once the user has cancelled.
     bool operator()(int64_t done, int64_t total)
     {
-        if (!m_box && m_timer.elapsed() < patience)
+        if (!m_box && m_timer.elapsed() < m_wait)
             return true;
         if (!m_box)
             m_box.emplace(m_window, m_text);
@@ -34,6 +37,7 @@ public:
 private:
     QWidget* m_window;
     QString m_text;
+    int m_wait;
     QElapsedTimer m_timer;
     std::optional<ProgressBox> m_box;
 };

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 using namespace modeltest;
@@ -230,6 +231,39 @@ TEST(ProjectTest, DuplicateWithoutRoomIsNoneAndLeavesNoFile)
     }
     EXPECT_TRUE(words.contains(sessionFolder())) << words.toStdString();
     EXPECT_EQ(sessionFiles(), files);
+}
+
+TEST(ProjectTest, ADuplicateInStepsTellsItsProgressAndACancelLeavesNoFile)
+{
+    Project project(realFormat());
+    std::vector<float> samples(300000);
+    for (size_t i = 0; i < samples.size(); ++i)
+        samples[i] = float(i);
+    for (int i = 0; i < 3; ++i)
+        addLayer(project, samples);
+    const QStringList files = sessionFiles();
+    std::vector<double> shares;
+    const ProjectPtr copy = project.duplicate(nullptr, [&](int done, int total) {
+        shares.push_back(double(done) / total);
+        return true;
+    });
+    ASSERT_TRUE(copy);
+    EXPECT_GE(shares.size(), 3U);
+    EXPECT_TRUE(std::is_sorted(shares.begin(), shares.end()));
+    EXPECT_GT(shares.back(), 0.8);
+    EXPECT_LE(shares.back(), 1);
+    for (const ILayerPtr& layer : copy->layers()->children(ChildrenDirect))
+        EXPECT_TRUE(samplesOf(*layer, {0, 300000}) == samples);
+    const QStringList both = sessionFiles();
+    EXPECT_GT(both.size(), files.size());
+    for (const int last : {1, 2}) {
+        int calls = 0;
+        QString words;
+        EXPECT_EQ(project.duplicate(&words, [&](int, int) { return ++calls < last; }), nullptr);
+        EXPECT_EQ(calls, last);
+        EXPECT_TRUE(words.isEmpty()) << "a cancel is no failure";
+        EXPECT_EQ(sessionFiles(), both);
+    }
 }
 
 // --- visible ---------------------------------------------------------------------------------------

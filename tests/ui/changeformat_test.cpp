@@ -1,4 +1,6 @@
 // Changes of format and copies, through real dialogs.
+#include "projectfiles/duplicateto.h"
+#include "ui/dialogscript.h"
 #include "ui/historypanel.h"
 #include "ui/projectflowstest.h"
 
@@ -10,6 +12,7 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <utility>
 
 namespace {
 
@@ -246,6 +249,30 @@ TEST_F(ProjectFlows, DuplicateMakesAnIndependentProject)
     edit();
     EXPECT_NE(samplesOf(*front()), samplesOf(*project));
     EXPECT_FALSE(project->modified);
+}
+
+TEST_F(ProjectFlows, ALongDuplicateShowsItsProgressAndACancelLeavesNoTrace)
+{
+    const ProjectPtr project = openTone("tone.wav");
+    const QStringList files = QDir(m_session).entryList({"*.pcm"});
+    const int patience = std::exchange(duplicatePatience, 0);
+    {
+        // Nothing else begins meanwhile.
+        const ProgressCanceller canceller([this] {
+            EXPECT_TRUE(tabs().isBusy());
+            m_window->sessionImport();
+        });
+        action("projectduplicate").trigger();
+        EXPECT_EQ(canceller.labels(), QStringList("Duplicating..."));
+        EXPECT_EQ(tabs().count(), 1);
+        EXPECT_EQ(front(), project);
+        EXPECT_FALSE(project->modified);
+        EXPECT_FALSE(tabs().isBusy());
+        EXPECT_EQ(QDir(m_session).entryList({"*.pcm"}), files);
+    }
+    duplicatePatience = patience;
+    action("projectduplicate").trigger();
+    EXPECT_EQ(tabs().count(), 2);
 }
 
 // Chooses a row of the list of Duplicate To.
