@@ -33,6 +33,12 @@ DataManager::DataManager(QWidget* window)
 
 DataManager::~DataManager() = default;
 
+void DataManager::setPluginPatience(int64_t milliseconds)
+{
+    m_tool.setPatience(milliseconds);
+    m_process.setPatience(milliseconds);
+}
+
 void DataManager::executeTool()
 {
     const QObject* asker = sender();

@@ -31,6 +31,8 @@ public:
     [[nodiscard]] EditDesk& desk() { return m_desk; }
     [[nodiscard]] ClipboardCommands& clipboardCommands() { return m_clipboard; }
     [[nodiscard]] TimeCommands& timeCommands() { return m_time; }
+    // Before tools and processes show their progress, milliseconds.
+    void setPluginPatience(int64_t milliseconds);
 
 public Q_SLOTS:
     void del() { m_clipboard.del(); }

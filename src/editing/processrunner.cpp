@@ -1,5 +1,6 @@
 #include "editing/processrunner.h"
 
+#include "editing/pluginprogress.h"
 #include "plugins/iprocessplugin.h"
 #include "plugins/plugincall.h"
 
@@ -21,9 +22,12 @@ void ProcessRunner::execute(IProcessPlugin& plugin, const QString& name)
         return;
     Q_EMIT stopRequested();
     const EditDesk::Mark mark = m_desk.mark();
+    PluginProgress progress(m_desk.window(), name, m_patience, nullptr);
     plugin.context = m_desk.pluginContext();
+    plugin.context.progress = &progress;
     QString cause;
     const std::optional<bool> recorded = callPlugin(cause, [&] { return plugin.execute(name); });
+    plugin.context.progress = nullptr;
     Q_EMIT stopRequested();
     if (!recorded) {
         qWarning().noquote() << "process" << name << "failed:" << cause;

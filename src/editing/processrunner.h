@@ -2,6 +2,7 @@
 #pragma once
 
 #include "editing/editdesk.h"
+#include "editing/editprogress.h"
 
 #include <QString>
 
@@ -15,6 +16,9 @@ class ProcessRunner : public QObject
 public:
     explicit ProcessRunner(EditDesk& desk) : m_desk(desk) {}
 
+    // Before a call shows its progress.
+    void setPatience(int64_t milliseconds) { m_patience = milliseconds; }
+
     // Runs one of the plug-in's entries on the project in front, and records a state of that name when it
     // says so. Nothing happens without a project and while another command is in work.
     void execute(IProcessPlugin& plugin, const QString& name);
@@ -27,4 +31,5 @@ Q_SIGNALS:
 
 private:
     EditDesk& m_desk;
+    int64_t m_patience = EditProgress::patience;
 };

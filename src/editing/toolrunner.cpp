@@ -1,5 +1,6 @@
 #include "editing/toolrunner.h"
 
+#include "editing/pluginprogress.h"
 #include "model/documentlock.h"
 #include "plugins/plugincall.h"
 
@@ -180,8 +181,13 @@ void ToolRunner::execute(uint32_t flags)
     const QCursor cursor = m_cursor;
     const QPainterPath path = m_path;
     const QList<ToolControl> controls = m_controls;
+    const QAction* const face = faceOf(*plugin);
+    const QString label = face ? face->text() : nameOf(*plugin);
+    const QIcon icon = face ? face->icon() : QIcon();
+    PluginProgress progress(m_desk.window(), label, m_patience, &documentLock());
     plugin->context = m_desk.pluginContext();
     plugin->context.controlId = m_controlId;
+    plugin->context.progress = &progress;
     m_mouse.toolMode = plugin->mode;
     const MouseEvent event = flags ? repeated(m_mouse) : m_mouse;
     QString cause;
@@ -192,14 +198,13 @@ void ToolRunner::execute(uint32_t flags)
             return plugin->execute(event, m_cursor, m_path, m_controls, flags ? flags : m_clickFlag);
         });
     }
+    plugin->context.progress = nullptr;
     if (!recorded) {
         fail(mark, cause);
     } else {
-        const QAction* const face = faceOf(*plugin);
-        const QString label = face ? face->text() : nameOf(*plugin);
         const int64_t position = plugin->context.transportPosition;
         if (!m_desk.rollBackFailed(label)) {
-            m_desk.commit(*recorded ? label : QString(), face ? face->icon() : QIcon());
+            m_desk.commit(*recorded ? label : QString(), icon);
             if (position != m_desk.state().transportPosition)
                 m_desk.moveTransport(position);
         }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "editing/editdesk.h"
+#include "editing/editprogress.h"
 #include "model/toolstate.h"
 #include "plugins/itoolplugin.h"
 
@@ -33,6 +34,9 @@ public:
     [[nodiscard]] IToolPlugin* plugin() const { return m_plugin; }
     // The tool shows an outline: Return and Escape are its own.
     [[nodiscard]] bool isDrawing() const { return isActive() && !m_path.isEmpty(); }
+
+    // Before a call shows its progress.
+    void setPatience(int64_t milliseconds) { m_patience = milliseconds; }
 
     // Hands the last state of the mouse over, told as fresh (flags 0 or ToolDoubleClick) or once more
     // (`flags` of ToolFlag). Nothing happens without a plug-in tool and a project, and while a command or
@@ -66,4 +70,5 @@ private:
     QPainterPath m_path;
     QList<ToolControl> m_controls;
     int32_t m_controlId = -1;
+    int64_t m_patience = EditProgress::patience;
 };

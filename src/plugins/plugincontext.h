@@ -8,6 +8,7 @@
 #include "model/types/samplingformat.h"
 #include "model/types/transformsettings.h"
 #include "plugins/iconvert.h"
+#include "plugins/iprogress.h"
 #include "plugins/ispectra.h"
 
 #include <cstdint>
@@ -41,4 +42,5 @@ struct PluginContext
     // Of a tool: the control under the pointer, an index into the list that it has returned last; -1 for
     // none. It stays what it was when the button went down until the button goes up.
     int32_t controlId = -1;
+    IProgress* progress = nullptr; // in execute() alone
 };

@@ -685,4 +685,115 @@ TEST(Progress, ACancelledCommandLeavesEverythingAsItWasAndRecordsNothing)
     EXPECT_EQ(session.boxes.words(), QStringList());
 }
 
+// Presses Cancel as soon as a progress dialog is on the screen, or lets it go on.
+struct Presser
+{
+    explicit Presser(bool cancels)
+    {
+        QObject::connect(&timer, &QTimer::timeout, [this, cancels] {
+            auto* dialog = qobject_cast<QProgressDialog*>(QApplication::activeModalWidget());
+            if (!dialog)
+                return;
+            timer.stop();
+            EXPECT_TRUE(QTest::qWaitForWindowExposed(dialog));
+            labels << dialog->labelText();
+            std::thread([this] {
+                free = documentLock().tryLockForRead();
+                if (free)
+                    documentLock().unlock();
+            }).join();
+            if (cancels)
+                dialog->cancel();
+        });
+        timer.start(0);
+    }
+    QTimer timer;
+    QStringList labels;
+    bool free = false; // the document could be read meanwhile
+};
+
+// Works until it has run the event loop some times, or is told to stop.
+bool work(IProgress* progress)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 300)
+        if (!progress->goesOn(double(timer.elapsed()) / 300))
+            return false;
+    return true;
+}
+
+TEST(Progress, ALongCallOfAToolShowsItAndLetsTheDocumentGoMeanwhile)
+{
+    EditSession session;
+    const LayerPtr layer = session.begin(noise(1000, 3));
+    TestTool tool;
+    activate(tool);
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) {
+        if (!work(tool.context.progress))
+            return false;
+        bool free = true;
+        std::thread([&] {
+            free = documentLock().tryLockForRead();
+            if (free)
+                documentLock().unlock();
+        }).join();
+        EXPECT_FALSE(free) << "the call holds it again";
+        touch(layer);
+        return true;
+    };
+    {
+        Presser presser(true);
+        moveMouse(1); // a second has not passed
+        EXPECT_EQ(presser.labels, QStringList());
+        EXPECT_EQ(session.rows(), (QStringList{"New", "Test Tool"}));
+    }
+    session.data.setPluginPatience(0);
+    for (const bool cancels : {true, false}) {
+        Presser presser(cancels);
+        moveMouse(2);
+        EXPECT_EQ(presser.labels, QStringList("Test Tool..."));
+        EXPECT_TRUE(presser.free) << "views can draw";
+        EXPECT_EQ(session.rows().size(), cancels ? 2 : 3);
+        EXPECT_FALSE(session.data.isBusy());
+        EXPECT_EQ(tool.context.progress, nullptr);
+        EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+        EXPECT_TRUE(documentLock().tryLockForRead());
+        documentLock().unlock();
+    }
+    // The lock is as it should be also behind one that throws in the midst of it.
+    Presser presser(false);
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) -> bool {
+        work(tool.context.progress);
+        throw std::runtime_error("had enough");
+    };
+    testsupport::expectWarning(QStringLiteral("failed: had enough"));
+    moveMouse(3);
+    EXPECT_TRUE(documentLock().tryLockForRead());
+    documentLock().unlock();
+}
+
+TEST(Progress, ALongProcessShowsItAndIsCancelledWithoutATrace)
+{
+    EditSession session;
+    const auto samples = noise(1000, 4);
+    const LayerPtr layer = session.begin(samples);
+    session.data.setPluginPatience(0);
+    TestProcess process;
+    process.act = [&](const QString&) {
+        if (!work(process.context.progress))
+            return false;
+        touch(process.context.activeLayer);
+        return true;
+    };
+    for (const bool cancels : {true, false}) {
+        Presser presser(cancels);
+        session.data.executeProcess(&process, QStringLiteral("Slow"));
+        EXPECT_EQ(presser.labels, QStringList("Slow..."));
+        EXPECT_EQ(dataOf(*layer) == samples, cancels);
+        EXPECT_EQ(session.rows(), cancels ? QStringList("New") : QStringList({"New", "Slow"}));
+        EXPECT_EQ(process.context.progress, nullptr);
+    }
+}
+
 #include "tools_test.moc"

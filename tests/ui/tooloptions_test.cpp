@@ -3,6 +3,8 @@
 #include "ui/plugintest.h"
 
 #include "display/channelrow.h"
+#include "editing/datamanager.h"
+#include "ui/dialogscript.h"
 #include "ui/toolbars.h"
 #include "ui/widgets/qdockwidgetext.h"
 #include "ui/widgets/qtoolbarext.h"
@@ -366,6 +368,31 @@ TEST_F(ToolOptions, TheSensitivitySaysWhichTransientsAreTaken)
     drawn(all);
     EXPECT_EQ(taken(3200), 5);
     EXPECT_EQ(taken(6000), 0);
+}
+
+TEST_F(ToolOptions, ALongSearchForTransientsIsShownAndCancelledWithoutATrace)
+{
+    open();
+    choose("Marquee Selection");
+    const Area box = drawn(diagonal);
+    choose("Transient Selection");
+    type("sensitivity", "30");
+    const int before = steps();
+    m_window->dataManager().setPluginPatience(0);
+    const Way all{QPointF(0, 7500), QPointF(frames, 7500)};
+    {
+        // Whatever is pressed meanwhile begins nothing.
+        const ProgressCanceller canceller([this] { action("editcut").trigger(); });
+        drag(all);
+        EXPECT_EQ(canceller.labels(), QStringList("Transient Selection..."));
+    }
+    EXPECT_TRUE(isSelected(box));
+    EXPECT_EQ(steps(), before);
+    EXPECT_FALSE(m_window->dataManager().isToolDrawing());
+    EXPECT_FALSE(m_window->dataManager().isBusy());
+    drag(all);
+    EXPECT_EQ(steps(), before + 1);
+    EXPECT_TRUE(selection().contains(QPointF(3202, 1000)));
 }
 
 TEST_F(ToolOptions, ModesOfTheButtonsDecideWhatTheNextGestureSelects)

@@ -294,9 +294,17 @@ bool SelectionTool::finishDrawing(const MouseEvent& event, bool isClick)
 {
     m_gesture = Gesture::None;
     pointed(event, isClick);
+    m_cancelled = false;
     const QPainterPath drawn = isClick && !clickDraws() ? QPainterPath() : shape();
     dropped();
-    return apply(drawn);
+    return !m_cancelled && apply(drawn);
+}
+
+bool SelectionTool::goesOn(double share)
+{
+    if (context.progress && !m_cancelled)
+        m_cancelled = !context.progress->goesOn(share);
+    return !m_cancelled;
 }
 
 // What has no area takes away what it would replace, and changes nothing else.

@@ -86,6 +86,9 @@ protected:
     // What can be selected: the band of the signal, time from 0 to the end of the layers or of the view.
     [[nodiscard]] Area limits() const;
     [[nodiscard]] PointD limited(PointD position) const;
+    // In shape(), for what takes long: how far it is, 0 to 1. False once the user has cancelled; what shape()
+    // answers then changes nothing.
+    bool goesOn(double share);
     // What the tools look at: the active layer, or the mix where there is none. May be null.
     [[nodiscard]] ILayerPtr target() const;
 
@@ -121,4 +124,5 @@ private:
     Area m_from;             // bounds of the selection when the drag began
     QPainterPath m_fromPath; // and its border
     Area m_to;               // where it is dragged
+    bool m_cancelled = false;
 };

@@ -80,13 +80,17 @@ std::vector<T> predictor(const T* samples, int64_t count)
     return a;
 }
 
-// |x[n] - prediction|^2 for each sample.
+using GoesOn = std::function<bool(int64_t)>;
+
+// |x[n] - prediction|^2 for each sample; nothing once `goesOn` says no.
 template<class T>
-std::vector<float> residual(const std::vector<T>& samples, int64_t segment)
+std::vector<float> residual(const std::vector<T>& samples, int64_t segment, const GoesOn& goesOn)
 {
     const auto count = int64_t(samples.size());
     std::vector<float> powers(samples.size());
     for (int64_t start = 0; start < count; start += segment) {
+        if (goesOn && !goesOn(start))
+            return {};
         const int64_t end = std::min(count, start + segment);
         const int64_t first = std::max<int64_t>(0, start - segment / 2);
         const int64_t last = std::min(count, end + segment / 2);
@@ -186,15 +190,17 @@ int64_t transientMargin(double rate)
 }
 
 std::vector<Transient> findTransients(const float* samples, int64_t count, int32_t floats, double rate,
-                                      double sensitivity)
+                                      double sensitivity, const GoesOn& goesOn)
 {
     const auto block = std::max<int64_t>(1, std::llround(rate * blockSeconds));
     const auto segment = std::max<int64_t>(4 * order, std::llround(rate * segmentSeconds));
     if (!samples || count < 2 * block || !(rate > 0))
         return {};
-    const std::vector<float> powers = floats == 2
-                                          ? residual(finite<std::complex<double>>(samples, count, 2), segment)
-                                          : residual(finite<double>(samples, count, 1), segment);
+    const std::vector<float> powers =
+        floats == 2 ? residual(finite<std::complex<double>>(samples, count, 2), segment, goesOn)
+                    : residual(finite<double>(samples, count, 1), segment, goesOn);
+    if (powers.empty())
+        return {};
     std::vector<float> blocks;
     for (int64_t start = 0; start < count; start += block)
         blocks.push_back(

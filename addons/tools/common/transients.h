@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 struct Transient
@@ -18,7 +19,9 @@ struct Transient
 // `sensitivity` 0 to 1: from only what stands out by 36 dB to all that stands out by 6 dB. `samples`: `count`
 // points of one channel, of `floats` (1 or 2) each; what is not finite counts as silence, and where the
 // samples begin is no transient. The span given should begin and end `transientMargin(rate)` points beside
-// what matters. Rising positions.
+// what matters. Rising positions. `goesOn` is told how many points have been looked at; none are found once
+// it says no.
 [[nodiscard]] std::vector<Transient> findTransients(const float* samples, int64_t count, int32_t floats,
-                                                    double rate, double sensitivity);
+                                                    double rate, double sensitivity,
+                                                    const std::function<bool(int64_t)>& goesOn = {});
 [[nodiscard]] int64_t transientMargin(double rate);

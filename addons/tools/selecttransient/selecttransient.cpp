@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 #include <QCursor>
 #include <QDoubleSpinBox>
@@ -15,9 +16,10 @@ constexpr double usualSensitivity = 50; // %
 // However long the span: pieces of it are looked at one after the other.
 constexpr int64_t pieceLength = int64_t(1) << 22;
 
-// Those of one channel of a layer that begin in the span.
+// Those of one channel of a layer that begin in the span. `goesOn` is told the share that is done; none are
+// found once it says no.
 std::vector<Transient> transientsIn(const ILayer& layer, int32_t channel, const Range& span,
-                                    double sensitivity)
+                                    double sensitivity, const std::function<bool(double)>& goesOn)
 {
     std::vector<Transient> found;
     const SamplingFormat format = layer.format();
@@ -29,12 +31,17 @@ std::vector<Transient> transientsIn(const ILayer& layer, int32_t channel, const 
         const Range read = Range{start - margin, end - start + 2 * margin}.intersected(layer.range());
         samples.assign(size_t(read.length * format.sampleType), 0.0f);
         layer.read(samples.data(), read, channel, true);
-        for (Transient t :
-             findTransients(samples.data(), read.length, format.sampleType, format.sampleRate, sensitivity)) {
+        const auto told = [&](int64_t done) {
+            return goesOn(double(start - span.start + done) / double(span.length));
+        };
+        for (Transient t : findTransients(samples.data(), read.length, format.sampleType, format.sampleRate,
+                                          sensitivity, told)) {
             t.position += read.start;
             if (t.position >= start && t.position < end)
                 found.push_back(t);
         }
+        if (!goesOn(double(end - span.start) / double(span.length)))
+            return {};
     }
     return found;
 }
@@ -91,7 +98,8 @@ QPainterPath SelectTransient::shape()
         if (stripe.width > 0)
             path.addPath(outline::rectangle(stripe));
     };
-    for (const Transient& t : transientsIn(*layer, m_channel, range, m_sensitivity->value() / 100)) {
+    for (const Transient& t : transientsIn(*layer, m_channel, range, m_sensitivity->value() / 100,
+                                           [this](double share) { return goesOn(share); })) {
         const double begin = std::max(0.0, double(t.position) - margin);
         const double end = double(t.position + t.length) + margin;
         // Stripes that touch become one.
