@@ -34,7 +34,7 @@ protected:
         EXPECT_TRUE(QDir().mkpath(folder));
         QFile::copy(QStringLiteral(MORVANE_BINARIES "/../Plugins/Files/ffmpeg.so"), folder + "/ffmpeg.so");
         for (const QString& name : libraries) {
-            QString library = QStringLiteral(TEST_PLUGINS "/%1.so").arg(name);
+            QString library = QStringLiteral("%1/%2.so").arg(m_libraries, name);
             if (!QFile::exists(library)) // one that ships with the program
                 library = QStringLiteral(MORVANE_BINARIES "/../Plugins/Tools/%1.so").arg(name);
             QFile::copy(library, folder + QStringLiteral("/%1.so").arg(name));
@@ -46,6 +46,8 @@ protected:
                                        {QStringLiteral("content"), names.join(QLatin1Char(' '))}});
         return show();
     }
+
+    QString m_libraries = QStringLiteral(TEST_PLUGINS); // where the libraries lie
 
 private:
     static QHash<QByteArray, QVariant> rows()
