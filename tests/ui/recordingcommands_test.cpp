@@ -1,8 +1,10 @@
-// Whole edits of real recordings in the window, by its keys, from the file to the saved project and back.
+// Whole edits of real recordings in the window, by mouse and keys, from the file to the saved project and
+// back.
 #include "editing/datamanager.h"
 #include "ui/historypanel.h"
 #include "ui/panelstest.h"
 #include "ui/referencecut.h"
+#include "ui/toolhand.h"
 
 #include <QProcess>
 
@@ -21,9 +23,11 @@ struct Edit
     double fadeSeconds = 0;
     double fadeBand = 0;
     bool lasso = false;
+    const char* tool = nullptr; // draws it with the mouse
+    const char* mode = nullptr;
 };
 
-class RecordingCommands : public PanelsTest
+class RecordingCommands : public ToolHand<PanelsTest>
 {
 protected:
     void SetUp() override
@@ -36,6 +40,14 @@ protected:
     {
         ASSERT_TRUE(tabs().parse(file));
         m_original = samples();
+    }
+    void openRadio()
+    {
+        ASSERT_EQ(QProcess::execute(QStringLiteral(MORVANE_MAKE_PROJECTS),
+                                    {testsupport::recordingsFolder(), m_folder}),
+                  0);
+        qApp->setProperty("maxsamplerate", QStringLiteral("100000000"));
+        open(path("iq.mvp"));
     }
     void openRecording(const char* name)
     {
@@ -53,8 +65,8 @@ protected:
     {
         QTest::keyClick(m_window.get(), key, modifiers);
     }
-    // A shape about the `nth` part of the recording's loudest place.
-    Selection shape(const Edit& edit)
+    // About the recording's loudest place.
+    QRectF place(const Edit& edit)
     {
         const SamplingFormat format = front()->format();
         const int step = format.channels * format.sampleType;
@@ -65,28 +77,69 @@ protected:
         const double length = edit.seconds * format.sampleRate;
         const double start = std::max(0.0, double(loudest) / step - length / 2);
         const double nyquist = format.sampleRate / 2;
-        const double low = edit.low * nyquist, height = (edit.high - edit.low) * nyquist;
-        QPainterPath path;
-        if (edit.lasso) {
-            for (int i = 0; i < 17; ++i) {
-                const double angle = 2 * M_PI * i / 17, reach = 0.7 + 0.3 * std::cos(5 * angle);
-                const QPointF point(start + length / 2 * (1 + reach * std::cos(angle)),
-                                    low + height / 2 * (1 + reach * std::sin(angle)));
-                i ? path.lineTo(point) : path.moveTo(point);
-            }
-            path.closeSubpath();
-        } else {
-            path.addRect(start, low, length, height);
+        return {start, edit.low * nyquist, length, (edit.high - edit.low) * nyquist};
+    }
+    // Points of a star with five round arms, or the corners of all.
+    static Way outline(const Edit& edit, const QRectF& box)
+    {
+        if (!edit.lasso)
+            return {box.topLeft(), box.topRight(), box.bottomRight(), box.bottomLeft()};
+        Way way;
+        for (int i = 0; i < 17; ++i) {
+            const double angle = 2 * M_PI * i / 17, reach = 0.7 + 0.3 * std::cos(5 * angle);
+            way.emplace_back(box.center().x() + box.width() / 2 * reach * std::cos(angle),
+                             box.center().y() + box.height() / 2 * reach * std::sin(angle));
         }
+        return way;
+    }
+    Selection shape(const Edit& edit)
+    {
+        QPainterPath path;
+        QPolygonF corners;
+        for (const QPointF& point : outline(edit, place(edit)))
+            corners << point;
+        path.addPolygon(corners);
+        path.closeSubpath();
         Selection selection;
-        selection.add(path, edit.fadeSeconds * format.sampleRate, edit.fadeBand * nyquist, false);
+        const double rate = front()->format().sampleRate;
+        selection.add(path, edit.fadeSeconds * rate, edit.fadeBand * rate / 2, false);
         return selection;
+    }
+    // In a view of three times its length, over the whole band.
+    void draw(const Edit& edit)
+    {
+        if (!front()->selection.isEmpty())
+            keys(Qt::Key_D);
+        const SamplingFormat format = front()->format();
+        const double nyquist = format.sampleRate / 2, bottom = format.isComplex() ? -nyquist : 0;
+        const QRectF box = place(edit);
+        postEvent(nullptr, EventId::FreqScaleChange, int32_t(FreqScale::Linear), nullptr);
+        display().showArea({std::max(0.0, box.x() - box.width()), bottom, 3 * box.width(), nyquist - bottom});
+        ASSERT_TRUE(testsupport::waitFor([this] { return display().isSettled() && view().width() > 300; }));
+        choose(edit.tool);
+        if (edit.mode)
+            chooseMode(edit.tool, edit.mode);
+        type("fadetime", QString::number(edit.fadeSeconds * 1000));
+        type("fadefrequency", QString::number(std::round(edit.fadeBand * nyquist)));
+        Way way = outline(edit, box);
+        if (edit.lasso)
+            way.push_back(way.front());
+        else
+            way = {way[0], way[2]};
+        drag(way);
+        const Selection& drawn = front()->selection;
+        ASSERT_FALSE(drawn.isEmpty());
+        const Area bounds = drawn.bounds();
+        EXPECT_TRUE(box.intersects(QRectF(bounds.x, bounds.y, bounds.width, bounds.height)));
     }
     ReferenceCut select(const Edit& edit)
     {
-        const Selection selection = shape(edit);
-        postEvent(nullptr, EventId::SelectionChange, selection, nullptr);
-        return {samples(), front()->format(), front()->transform, selection, front()->channelsMode.selected};
+        if (edit.tool)
+            draw(edit);
+        else
+            postEvent(nullptr, EventId::SelectionChange, shape(edit), nullptr);
+        return {samples(), front()->format(), front()->transform, front()->selection,
+                front()->channelsMode.selected};
     }
     void deselectChannel(int channel)
     {
@@ -230,23 +283,61 @@ TEST_F(RecordingCommands, ASoftLassoInALayerDeepInGroups)
 
 TEST_F(RecordingCommands, AMarqueeInAComplexRadioSignal)
 {
-    ASSERT_EQ(
-        QProcess::execute(QStringLiteral(MORVANE_MAKE_PROJECTS), {testsupport::recordingsFolder(), m_folder}),
-        0);
-    qApp->setProperty("maxsamplerate", QStringLiteral("100000000"));
-    open(path("iq.mvp"));
+    openRadio();
     ASSERT_TRUE(front()->format().isComplex());
     drive({0.02, -0.3, 0.25});
 }
 
 TEST_F(RecordingCommands, ASoftLassoInAComplexRadioSignal)
 {
-    ASSERT_EQ(
-        QProcess::execute(QStringLiteral(MORVANE_MAKE_PROJECTS), {testsupport::recordingsFolder(), m_folder}),
-        0);
-    qApp->setProperty("maxsamplerate", QStringLiteral("100000000"));
-    open(path("iq.mvp"));
+    openRadio();
     drive({0.03, -0.8, 0.1, 0.002, 0.05, true});
+}
+
+TEST_F(RecordingCommands, AMarqueeDrawnAboutOneCallOfTheBird)
+{
+    openRecording("bird-spinetail.wav");
+    drive({0.3, 0.1, 0.5, 0, 0, false, "Marquee Selection"});
+}
+
+TEST_F(RecordingCommands, ASoftLassoDrawnAboutOneCallOfTheBird)
+{
+    openRecording("bird-spinetail.wav");
+    drive({0.4, 0.05, 0.7, 0.02, 0.03, true, "Lasso Selection", "Lasso Selection"});
+}
+
+TEST_F(RecordingCommands, AStrokeOfTheBrushThroughOneCallOfTheBird)
+{
+    openRecording("bird-spinetail.wav");
+    drive({0.4, 0.1, 0.6, 0, 0, true, "Brush Selection"});
+}
+
+TEST_F(RecordingCommands, AMarqueeDrawnInASurroundRecording)
+{
+    openRecording("surround-5.1.flac");
+    drive({0.2, 0.01, 0.2, 0, 0, false, "Marquee Selection"});
+}
+
+TEST_F(RecordingCommands, AnEllipseDrawnInMusicOf96KilohertzWithOneOfTwoChannelsDeselected)
+{
+    openRecording("music-hires-96k-24bit.flac");
+    deselectChannel(1);
+    drive({0.3, 0.005, 0.1, 0.01, 0.01, false, "Marquee Selection", "Ellipse Selection"});
+    const auto after = samples();
+    for (std::size_t i = 1; i < m_original.size(); i += 2)
+        ASSERT_EQ(after[i], m_original[i]) << "the other channel, at " << i / 2;
+}
+
+TEST_F(RecordingCommands, AMarqueeDrawnInAComplexRadioSignal)
+{
+    openRadio();
+    drive({0.02, -0.3, 0.25, 0, 0, false, "Marquee Selection"});
+}
+
+TEST_F(RecordingCommands, AStrokeOfTheBrushThroughAComplexRadioSignal)
+{
+    openRadio();
+    drive({0.03, -0.8, 0.1, 0, 0, true, "Brush Selection"});
 }
 
 } // namespace

@@ -1,20 +1,13 @@
 // The options of the seven selection tools, worked in the window: what is typed changes the selection, or
 // what the next gesture selects.
-#include "ui/plugintest.h"
-
-#include "display/channelrow.h"
 #include "editing/datamanager.h"
 #include "ui/dialogscript.h"
-#include "ui/toolbars.h"
+#include "ui/plugintest.h"
+#include "ui/toolhand.h"
 #include "ui/widgets/qdockwidgetext.h"
-#include "ui/widgets/qtoolbarext.h"
 
 #include <QDoubleSpinBox>
 #include <QLineEdit>
-#include <QMenu>
-#include <QMouseEvent>
-#include <QTest>
-#include <QToolButton>
 
 #include <algorithm>
 #include <cmath>
@@ -34,9 +27,7 @@ const char* const tools[] = {"Cursor Selection",   "Marquee Selection", "Lasso S
                              "Brush Selection",    "Wand Selection",    "Frequency Selection",
                              "Transient Selection"};
 
-using Way = std::vector<QPointF>; // sample points and Hz
-
-class ToolOptions : public PluginTest
+class ToolOptions : public ToolHand<PluginTest>
 {
 protected:
     void SetUp() override
@@ -68,73 +59,15 @@ protected:
         display().showArea({0, 0, frames, top});
         QCoreApplication::processEvents(); // the tool is chosen again
     }
-    SpectralChannel& view() { return *display().rows().first()->spectral(); }
     Project& project() { return *tabs().currentProject(); }
     const Selection& selection() { return project().selection; }
-    QWidget& page() { return *m_window->toolBars().page(); }
     int steps() { return project().historyIndex(); }
 
-    QToolButton* button(const char* tool)
-    {
-        for (QToolButton* each : m_window->toolBars().tools()->buttons())
-            if (each->accessibleName() == QLatin1String(tool))
-                return each;
-        ADD_FAILURE() << tool;
-        return nullptr;
-    }
-    void choose(const char* tool)
-    {
-        QTest::mouseClick(button(tool), Qt::LeftButton);
-        ASSERT_TRUE(button(tool)->isChecked()) << tool;
-    }
-    void chooseMode(const char* tool, const char* mode)
-    {
-        for (QAction* action : button(tool)->menu()->actions())
-            if (action->text() == QLatin1String(mode))
-                action->trigger();
-        ASSERT_EQ(button(tool)->defaultAction()->text(), QLatin1String(mode));
-    }
-    QWidget* control(const char* name) { return page().findChild<QWidget*>(QLatin1String(name)); }
-
-    // With the keys of a user, into the field that has been clicked into.
-    void type(const char* name, const QString& text)
-    {
-        QWidget* field = control(name);
-        ASSERT_NE(field, nullptr) << name;
-        ASSERT_TRUE(field->isVisible()) << name;
-        field->setFocus();
-        QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
-        QTest::keyClicks(field, text);
-        QTest::keyClick(field, Qt::Key_Return);
-        QCoreApplication::processEvents(); // the tool has asked for a call
-    }
     double number(const char* name)
     {
         return page().findChild<QDoubleSpinBox*>(QLatin1String(name))->value();
     }
 
-    // Sample points and Hz.
-    void mouse(QEvent::Type type, double x, double y, bool held)
-    {
-        const Area area = display().viewArea();
-        const QPointF at((x - area.x) / area.width * view().width(),
-                         (1 - (y - area.y) / area.height) * view().height());
-        QMouseEvent event(type, at, view().mapToGlobal(at.toPoint()),
-                          type == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton,
-                          held ? Qt::LeftButton : Qt::NoButton, {});
-        QApplication::sendEvent(&view(), &event);
-    }
-    void drag(const Way& way)
-    {
-        mouse(QEvent::MouseMove, way.front().x(), way.front().y(), false);
-        mouse(QEvent::MouseButtonPress, way.front().x(), way.front().y(), true);
-        for (int i = 1; i < int(way.size()); ++i)
-            for (int k = 1; k <= 20; ++k) {
-                const QPointF at = way[size_t(i) - 1] + (way[size_t(i)] - way[size_t(i) - 1]) * k / 20;
-                mouse(QEvent::MouseMove, at.x(), at.y(), true);
-            }
-        mouse(QEvent::MouseButtonRelease, way.back().x(), way.back().y(), false);
-    }
     void click(double x, double y) { drag({QPointF(x, y), QPointF(x, y)}); }
     Area drawn(const Way& way)
     {
