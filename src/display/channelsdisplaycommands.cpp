@@ -3,6 +3,7 @@
 #include "display/channelsdisplay.h"
 #include "display/timepoints.h"
 #include "display/viewgeometry.h"
+#include "display/wheelnavigation.h"
 #include "model/historyentry.h"
 #include "model/layerroot.h"
 
@@ -14,7 +15,6 @@
 
 namespace {
 
-constexpr double degreesPerOctave = 480; // of wheel angle for a factor of two
 constexpr int notch = 120;
 constexpr double stepsPerView = 50; // of a move to the left or right
 
@@ -266,7 +266,7 @@ void ChannelsDisplay::solo()
 
 void ChannelsDisplay::zoom(QPoint angleDelta)
 {
-    zoomArea(std::exp2(angleDelta.x() / -degreesPerOctave), std::exp2(angleDelta.y() / -degreesPerOctave),
+    zoomArea(wheelnavigation::zoomFactor(angleDelta.x()), wheelnavigation::zoomFactor(angleDelta.y()),
              {0.5, 0.5});
 }
 

@@ -16,12 +16,6 @@ namespace {
 constexpr std::size_t greyRamp = 9;      // id of the colour map that layers with a colour of their own take
 constexpr double gridDistance = 60;      // logical pixels between upright lines, at the least
 constexpr double regionStrength = 0.125; // opacity of the tint of a region
-constexpr double leastScrub = 10;        // logical pixels; a smaller move does not scrub
-
-QColor colorOf(const char* key, const char* fallback)
-{
-    return propertyOr(key, fallback).value<QColor>();
-}
 
 QVector<double> marksOf(const Ruler& ruler)
 {
@@ -150,6 +144,11 @@ bool ChannelView::hasValidFormat() const
     return m_convert.format.sampleRate > 0 && m_channel < m_convert.format.channels;
 }
 
+bool ChannelView::hasPicture() const
+{
+    return hasValidFormat() && viewgeometry::isVisible(m_viewArea);
+}
+
 int ChannelView::linePixels() const
 {
     return std::max(1, int(devicePixelRatioF()));
@@ -183,7 +182,7 @@ QColor ChannelView::layerColor(const ILayer& layer) const
     if (m_composite)
         return Qt::white;
     if (m_targetActive && active.get() != &layer)
-        return colorOf("colornontarget", "#555555");
+        return colorOr("colornontarget", "#555555");
     return QColor::fromRgb(layer.color() & 0xffffff);
 }
 
@@ -226,28 +225,23 @@ void ChannelView::setPosition(double time)
 
 void ChannelView::beginPlaying(double x)
 {
-    if (!hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+    if (!hasPicture())
         return;
-    m_playPress = x;
-    m_scrubbing = false;
-    m_playHeld = true;
     setPosition(snappedTime(timeAt(x)));
-    Q_EMIT playOrStopToggled();
+    if (m_playPress.begin(x, m_playing))
+        Q_EMIT playOrStopToggled();
 }
 
 void ChannelView::scrub(double x)
 {
-    m_scrubbing = m_scrubbing || std::abs(x - m_playPress) > leastScrub;
-    if (m_playHeld && m_scrubbing && propertyOr("playbackscrubbing", true).toBool() && hasValidFormat() &&
-        viewgeometry::isVisible(m_viewArea))
+    if (m_playPress.scrubs(x) && hasPicture())
         setPosition(timeAt(x));
 }
 
 void ChannelView::endPlaying()
 {
-    if (m_playHeld && propertyOr("playbackhold", true).toBool())
+    if (m_playPress.end())
         Q_EMIT playOrStopToggled();
-    m_playHeld = false;
 }
 
 // --- passes -----------------------------------------------------------------------------------------
@@ -295,12 +289,12 @@ void ChannelView::timeGridPass()
     QVector<QRectF> lines;
     for (const double tick : gridTimes())
         lines << uprightLine(tick);
-    drawRects(lines, colorOf("colorgrid", "#303030"));
+    drawRects(lines, colorOr("colorgrid", "#303030"));
 }
 
 void ChannelView::markersPass()
 {
-    const QColor regions = colorOf("colorregions", "#e88f00");
+    const QColor regions = colorOr("colorregions", "#e88f00");
     QColor tint = regions;
     tint.setAlphaF(regionStrength);
     QVector<QRectF> lines;
@@ -318,10 +312,10 @@ void ChannelView::markersPass()
     }
     drawRects(stretches, tint);
     drawRects(ends, regions);
-    drawRects(lines, colorOf("colormarkers", "#0084ff"));
+    drawRects(lines, colorOr("colormarkers", "#0084ff"));
 }
 
 void ChannelView::transportPass()
 {
-    drawRects({uprightLine(double(m_position))}, colorOf("colortransport", "#d2d2d2"));
+    drawRects({uprightLine(double(m_position))}, colorOr("colortransport", "#d2d2d2"));
 }

@@ -2,6 +2,7 @@
 // that look the same in both.
 #pragma once
 
+#include "display/playpress.h"
 #include "display/qopenglchannel.h"
 #include "display/viewstate.h"
 #include "model/selection.h"
@@ -54,6 +55,8 @@ Q_SIGNALS:
 protected:
     void viewStateChanged() override { update(); }
     [[nodiscard]] bool hasValidFormat() const;
+    // Whether there is a signal of this channel and an area to show it in.
+    [[nodiscard]] bool hasPicture() const;
     // Size of the frame buffer.
     [[nodiscard]] QSize frameSize() const { return devicePixels(size(), devicePixelRatioF()); }
     // The thickness of a fine line, whole device pixels; that of the rulers' marks.
@@ -62,6 +65,11 @@ protected:
     [[nodiscard]] double timeToFrame(double samples) const;
     // An upright line over the height of the view, on whole device pixels.
     [[nodiscard]] QRectF uprightLine(double samples) const;
+    // Of the view, from left and bottom.
+    [[nodiscard]] PointD shareAt(const QPointF& pixel) const
+    {
+        return {pixel.x() / width(), 1 - pixel.y() / height()};
+    }
     [[nodiscard]] double timeAt(double x) const { return m_viewArea.x + x / width() * m_viewArea.width; }
     // The playback tool at a place, logical pixels from the left: pressed, moved while it is held, and let
     // go. The position goes out as TransportPositionChange.
@@ -116,9 +124,7 @@ private:
     void setPosition(double time);
 
     bool m_playing = false;
-    bool m_playHeld = false; // the playback tool was pressed in the picture
-    bool m_scrubbing = false;
-    double m_playPress = 0; // where, logical pixels from the left
+    PlayPress m_playPress; // of the playback tool
     const Ruler* m_timeRuler = nullptr;
     const Ruler* m_levelRuler = nullptr;
 };

@@ -2,6 +2,7 @@
 
 #include "display/properties.h"
 #include "display/viewgeometry.h"
+#include "display/wheelnavigation.h"
 #include "model/layerroot.h"
 
 #include <QAction>
@@ -16,14 +17,8 @@
 
 namespace {
 
-constexpr double edgeReach = 4;          // logical pixels to each side of an edge
-constexpr double degreesPerOctave = 480; // of wheel angle for a factor of two
-constexpr int frameFill = 40;            // opacity of 255
-
-QColor colorOf(const char* property, const char* fallback)
-{
-    return propertyOr(property, QString::fromLatin1(fallback)).value<QColor>();
-}
+constexpr double edgeReach = 4; // logical pixels to each side of an edge
+constexpr int frameFill = 40;   // opacity of 255
 
 } // namespace
 
@@ -242,7 +237,7 @@ void OverviewBar::mouseReleaseEvent(QMouseEvent* event)
 void OverviewBar::wheelEvent(QWheelEvent* event)
 {
     const QPoint delta = event->angleDelta();
-    const double wanted = m_viewArea.width * std::exp2((delta.x() + delta.y()) / -degreesPerOctave);
+    const double wanted = m_viewArea.width * wheelnavigation::zoomFactor(delta.x() + delta.y());
     const double length = std::clamp(wanted, leastLength(), std::max(leastLength(), double(m_range.length)));
     const double time = toTime(event->position().x());
     const double share = m_viewArea.width > 0 ? (time - m_viewArea.x) / m_viewArea.width : 0.5;
@@ -289,9 +284,9 @@ void OverviewBar::paintEvent(QPaintEvent*)
     if (!m_selection.isEmpty()) {
         const Area bounds = m_selection.bounds();
         painter.fillRect(stretch(bounds.x, bounds.width),
-                         faint(colorOf("colorselectionmask", "#ffffff"), 0.3));
+                         faint(colorOr("colorselectionmask", "#ffffff"), 0.3));
     }
-    const QColor markers = colorOf("colormarkers", "#0084ff"), regions = colorOf("colorregions", "#e88f00");
+    const QColor markers = colorOr("colormarkers", "#0084ff"), regions = colorOr("colorregions", "#e88f00");
     if (m_showMarkers->isChecked())
         for (const Marker& marker : m_markers)
             painter.fillRect(stretch(double(marker.position), double(marker.length)),
@@ -300,7 +295,7 @@ void OverviewBar::paintEvent(QPaintEvent*)
         for (const SpectralMarker& marker : m_spectralMarkers)
             painter.fillRect(stretch(marker.time, marker.width),
                              marker.width > 0 ? faint(regions, 0.5) : markers);
-    painter.fillRect(stretch(double(m_position), 0), colorOf("colortransport", "#d2d2d2"));
+    painter.fillRect(stretch(double(m_position), 0), colorOr("colortransport", "#d2d2d2"));
 
     QRectF view = frame();
     if (view.isNull())

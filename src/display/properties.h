@@ -1,6 +1,7 @@
 // Reading the property store.
 #pragma once
 
+#include <QColor>
 #include <QCoreApplication>
 #include <QVariant>
 
@@ -9,4 +10,11 @@
 {
     const QVariant value = QCoreApplication::instance()->property(key);
     return value.isValid() ? value : fallback;
+}
+
+// The same of a colour, which is a QColor or its name.
+[[nodiscard]] inline QColor colorOr(const char* key, const char* fallback)
+{
+    const auto color = propertyOr(key, QVariant()).value<QColor>();
+    return color.isValid() ? color : QColor(QLatin1String(fallback));
 }

@@ -2,7 +2,6 @@
 
 #include "display/devicegrid.h"
 #include "display/properties.h"
-#include "display/ruler.h"
 
 #include <algorithm>
 #include <cmath>
@@ -116,10 +115,10 @@ void QSplitterHandleExt::keyPressEvent(QKeyEvent* event)
 void QSplitterHandleExt::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), rulerColor("colorback", "#262626"));
-    const QColor grip = hasFocus()     ? rulerColor("coloredit", "#3399ff")
-                        : underMouse() ? rulerColor("colortext", "#e0e0e0")
-                                       : rulerColor("colorhighlight", "#676767");
+    painter.fillRect(rect(), colorOr("colorback", "#262626"));
+    const QColor grip = hasFocus()     ? colorOr("coloredit", "#3399ff")
+                        : underMouse() ? colorOr("colortext", "#e0e0e0")
+                                       : colorOr("colorhighlight", "#676767");
     const double middle = width() / 2.0;
     painter.fillRect(
         DeviceGrid(*this).horizontal(height() / 2.0, middle - gripWidth / 2, middle + gripWidth / 2), grip);

@@ -2,6 +2,7 @@
 
 #include "display/devicegrid.h"
 #include "display/properties.h"
+#include "display/wheelnavigation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,12 +31,6 @@ bool holdsAll(const QVector<double>& positions, const QVector<RulerTick>& wanted
 }
 
 } // namespace
-
-QColor rulerColor(const char* key, const char* fallback)
-{
-    const QColor color(propertyOr(key, QLatin1String(fallback)).toString());
-    return color.isValid() ? color : QColor(QLatin1String(fallback));
-}
 
 Ruler::Ruler(const QString& name, QWidget* parent) : QWidget(parent), ViewState(name)
 {
@@ -118,20 +113,20 @@ QVector<double> Ruler::finerMarks(const QVector<RulerTick>& major) const
 void Ruler::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), rulerColor("colormid", "#323232"));
+    painter.fillRect(rect(), colorOr("colormid", "#323232"));
     if (hasProject()) {
         painter.setFont(font());
         paintMarks(painter);
         const QRectF label = labelRect();
         if (!label.isEmpty()) {
-            painter.fillRect(label, rulerColor("colorlight", "#404040"));
-            painter.setPen(rulerColor("colortextdisabled", "#959595"));
+            painter.fillRect(label, colorOr("colorlight", "#404040"));
+            painter.setPen(colorOr("colortextdisabled", "#959595"));
             painter.drawText(label, Qt::AlignCenter, unitLabel());
         }
     }
     if (hasFocus()) {
         const DeviceGrid grid(*this);
-        const QColor focus = rulerColor("coloredit", "#3399ff");
+        const QColor focus = colorOr("coloredit", "#3399ff");
         for (const double x : {0.0, double(width())})
             painter.fillRect(grid.vertical(x, 0, height()), focus);
         for (const double y : {0.0, double(height())})
@@ -144,7 +139,7 @@ void Ruler::wheelEvent(QWheelEvent* event)
     if (!hasProject())
         return;
     const QPoint delta = event->angleDelta();
-    zoomAbout(event->position(), std::exp2((delta.x() + delta.y()) / -degreesPerOctave));
+    zoomAbout(event->position(), wheelnavigation::zoomFactor(delta.x() + delta.y()));
     event->accept();
 }
 

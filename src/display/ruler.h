@@ -46,8 +46,6 @@ Q_SIGNALS:
     void hovered(bool hover);
 
 protected:
-    static constexpr double degreesPerOctave = 480; // of wheel angle for a factor of two
-
     // Values of marks that are at least that far apart, rising. Those out of sight are left out here.
     [[nodiscard]] virtual QVector<double> values(double minPixels) const = 0;
     [[nodiscard]] virtual QString textOf(double value) const = 0;
@@ -76,6 +74,3 @@ protected:
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
 };
-
-// The colour of a property, or a fallback where it is not set.
-[[nodiscard]] QColor rulerColor(const char* key, const char* fallback);

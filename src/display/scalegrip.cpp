@@ -1,7 +1,7 @@
 #include "display/scalegrip.h"
 
 #include "display/devicegrid.h"
-#include "display/ruler.h"
+#include "display/properties.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -70,8 +70,8 @@ void ScaleGrip::keyPressEvent(QKeyEvent* event)
 void ScaleGrip::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    const QColor colour = hasFocus()     ? rulerColor("coloredit", "#3399ff")
-                          : underMouse() ? rulerColor("colortext", "#e0e0e0")
-                                         : rulerColor("colorhighlight", "#676767");
+    const QColor colour = hasFocus()     ? colorOr("coloredit", "#3399ff")
+                          : underMouse() ? colorOr("colortext", "#e0e0e0")
+                                         : colorOr("colorhighlight", "#676767");
     painter.fillRect(DeviceGrid(*this).vertical(width() / 2.0, lineInset, height() - lineInset), colour);
 }

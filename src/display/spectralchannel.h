@@ -98,6 +98,9 @@ private:
     [[nodiscard]] bool isAddressed() const;
     [[nodiscard]] QVector<double> gridFrequencies() const;
     void gridPass();
+    [[nodiscard]] double borderPhase();
+    [[nodiscard]] QRect selectedPixels() const;
+    [[nodiscard]] QImage selectionImage(const QRect& pixels, double phase) const;
     void selectionPass();
     void spectralMarkersPass();
     void drawingPass();
@@ -114,12 +117,10 @@ private:
     void beginZoom(const QPointF& pixel);
     void dragZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
     void endZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers);
-    void zoomBy(double horizontal, double vertical, const QPointF& pixel);
     // The control within reach of a pixel, -1 for none.
     [[nodiscard]] int32_t controlAt(const QPointF& pixel) const;
     void hoverControls(const QPointF& pixel);
     void displace(const Displacement& value);
-    void wheelZoom(double dx, double dy, const QPointF& pixel);
 
     // spectralchannelmove.cpp
     // The bounding rectangle of what the move tool moves, at rest; empty without one.

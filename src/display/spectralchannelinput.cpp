@@ -180,7 +180,7 @@ void SpectralChannel::leaveEvent(QEvent* event)
 
 void SpectralChannel::movePointer(const QPointF& pixel, float pressure, Qt::KeyboardModifiers modifiers)
 {
-    if (!hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+    if (!hasPicture())
         return;
     m_mouse.previousPosition = m_mouse.position;
     m_mouse.previousPressure = m_mouse.pressure;
@@ -207,7 +207,7 @@ void SpectralChannel::movePointer(const QPointF& pixel, float pressure, Qt::Keyb
 
 void SpectralChannel::wheelEvent(QWheelEvent* event)
 {
-    if (m_blocked || !hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+    if (m_blocked || !hasPicture())
         return;
     const Qt::KeyboardModifiers modifiers = event->modifiers() & wheelnavigation::relevantModifiers;
     auto [dx, dy] = wheelnavigation::axes(*event);
@@ -218,7 +218,8 @@ void SpectralChannel::wheelEvent(QWheelEvent* event)
     case wheelnavigation::Action::Zoom:
         if (modifiers & Qt::ControlModifier && modifiers & Qt::AltModifier)
             dx = dy = dx + dy;
-        wheelZoom(dx, dy, event->position());
+        zoomArea(wheelnavigation::zoomFactor(dx), wheelnavigation::zoomFactor(dy),
+                 shareAt(event->position()));
         break;
     case wheelnavigation::Action::Displace:
         if (modifiers & Qt::ShiftModifier && propertyOr("wheelnavigation", 0).toInt() == 2)
@@ -228,10 +229,4 @@ void SpectralChannel::wheelEvent(QWheelEvent* event)
         break;
     }
     event->accept();
-}
-
-void SpectralChannel::wheelZoom(double dx, double dy, const QPointF& pixel)
-{
-    const PointD fixed{pixel.x() / width(), 1 - pixel.y() / height()};
-    showArea(viewgeometry::zoomed(m_convert, m_viewArea, std::exp2(dx / -480), std::exp2(dy / -480), fixed));
 }

@@ -20,11 +20,6 @@ constexpr int borderReach = 2;    // device pixels that the border of a selectio
 constexpr double finestPiece = 8; // device pixels of a tool's line between two points under a bent scale
 constexpr int mostPieces = 256;
 
-QColor colorOf(const char* key, const char* fallback)
-{
-    return propertyOr(key, fallback).value<QColor>();
-}
-
 // The edges of a rectangle as four of a line's thickness.
 void appendFrame(QVector<QRectF>& rects, const QRectF& rect, double thickness)
 {
@@ -103,11 +98,12 @@ void SpectralChannel::gridPass()
     for (const double tick : gridFrequencies())
         lines << QRectF(0, std::floor(toFrame({m_viewArea.x, tick}).y() - (pixels - 1) / 2.0),
                         frameSize().width(), pixels);
-    drawRects(lines, colorOf("colorgrid", "#303030"));
+    drawRects(lines, colorOr("colorgrid", "#303030"));
 }
 
-// The selection paints itself into an image of the pixels that it touches, which the GPU tints.
-void SpectralChannel::selectionPass()
+// The phase of the selection's border by the property selectionborderstyle; below 0 for none. Lets the ants
+// run, or stops them.
+double SpectralChannel::borderPhase()
 {
     const QString style = propertyOr("selectionborderstyle", "marching ants").toString();
     const bool ants = style == QLatin1String("marching ants");
@@ -115,22 +111,27 @@ void SpectralChannel::selectionPass()
         m_antsTimer.stop();
     else if (!m_antsTimer.isActive())
         m_antsTimer.start();
-    if (m_selection.isEmpty() || !m_selectionProgram || !m_selectionProgram->isLinked())
-        return;
-    const double phase = ants ? double(QDateTime::currentMSecsSinceEpoch() % 1000) / 1000
-                         : style == QLatin1String("solid") ? 0
-                                                           : -1;
+    if (ants)
+        return double(QDateTime::currentMSecsSinceEpoch() % 1000) / 1000;
+    return style == QLatin1String("solid") ? 0 : -1;
+}
 
-    const QSize frame = frameSize();
+// The pixels of the frame buffer that the selection may touch.
+QRect SpectralChannel::selectedPixels() const
+{
     const Area bounds = m_selection.bounds();
     const QPointF low = toFrame({bounds.x, bounds.y});
     const QPointF high = toFrame({bounds.x + bounds.width, bounds.y + bounds.height});
-    const QRectF touched = QRectF(QPointF(low.x(), high.y()), QPointF(high.x(), low.y()))
-                               .adjusted(-borderReach, -borderReach, borderReach, borderReach)
-                               .intersected(QRectF(QPointF(), frame));
-    const QRect pixels = touched.toAlignedRect();
-    if (pixels.isEmpty())
-        return;
+    return QRectF(QPointF(low.x(), high.y()), QPointF(high.x(), low.y()))
+        .adjusted(-borderReach, -borderReach, borderReach, borderReach)
+        .intersected(QRectF(QPointF(), frameSize()))
+        .toAlignedRect();
+}
+
+// The selection paints itself into an image of the pixels that it touches.
+QImage SpectralChannel::selectionImage(const QRect& pixels, double phase) const
+{
+    const QSize frame = frameSize();
     const Area view = m_convert.areaToScale(m_viewArea);
     const double perColumn = view.width / frame.width(), perRow = view.height / frame.height();
     const Area painted{view.x + pixels.x() * perColumn,
@@ -140,7 +141,19 @@ void SpectralChannel::selectionPass()
     m_selection.renderDisplayMask(
         image, painted, [this](QPointF point) { return QPointF(point.x(), m_convert.toScale(point.y())); },
         phase);
+    return image;
+}
 
+// The GPU tints the image.
+void SpectralChannel::selectionPass()
+{
+    const double phase = borderPhase();
+    if (m_selection.isEmpty() || !m_selectionProgram || !m_selectionProgram->isLinked())
+        return;
+    const QRect pixels = selectedPixels();
+    if (pixels.isEmpty())
+        return;
+    const QImage image = selectionImage(pixels, phase);
     QOpenGLTexture texture(QOpenGLTexture::Target2D);
     texture.setAutoMipMapGenerationEnabled(false);
     texture.setFormat(QOpenGLTexture::R8_UNorm);
@@ -152,15 +165,15 @@ void SpectralChannel::selectionPass()
     texture.setMinMagFilters(QOpenGLTexture::Linear, QOpenGLTexture::Linear);
     texture.setWrapMode(QOpenGLTexture::ClampToEdge);
 
-    QColor mask = colorOf("colorselectionmask", "#ffffff");
+    QColor mask = colorOr("colorselectionmask", "#ffffff");
     mask.setAlphaF(double(m_selectionOpacity));
     m_selectionProgram->bind();
     m_selectionProgram->setUniformValue("tex", 0);
-    m_selectionProgram->setUniformValue("colorborder", colorOf("colorselectionborder", "#a8a8a8"));
+    m_selectionProgram->setUniformValue("colorborder", colorOr("colorselectionborder", "#a8a8a8"));
     m_selectionProgram->setUniformValue("colormask", mask);
     texture.bind(0);
     QMatrix4x4 matrix;
-    matrix.ortho(QRectF(QPointF(), frame));
+    matrix.ortho(QRectF(QPointF(), frameSize()));
     drawQuad(*m_selectionProgram, matrix, pixels, QRectF(0, 0, 1, 1));
     texture.release(0);
     m_selectionProgram->release();
@@ -185,8 +198,8 @@ void SpectralChannel::spectralMarkersPass()
         points << QRectF(centre.x() - reach, centre.y() - half, 2 * reach + 1, thickness)
                << QRectF(centre.x() - half, centre.y() - reach, thickness, 2 * reach + 1);
     }
-    drawRects(regions, colorOf("colorregions", "#e88f00"));
-    drawRects(points, colorOf("colormarkers", "#0084ff"));
+    drawRects(regions, colorOr("colorregions", "#e88f00"));
+    drawRects(points, colorOr("colormarkers", "#0084ff"));
 }
 
 void SpectralChannel::drawingPass()
@@ -214,7 +227,7 @@ void SpectralChannel::drawingPass()
         }
         lines << line;
     }
-    drawStrokes(lines, linePixels(), colorOf("colordrawing", "#b4b4b4"));
+    drawStrokes(lines, linePixels(), colorOr("colordrawing", "#b4b4b4"));
 }
 
 // On whole pixels and inside the rectangle, so that all edges are seen where it fills the view.
@@ -226,7 +239,7 @@ void SpectralChannel::moveFramePass()
     const QRectF rect(toFrame({area.x, area.y + area.height}), toFrame({area.x + area.width, area.y}));
     QVector<QRectF> edges;
     appendFrame(edges, onWholePixels(rect), linePixels());
-    drawRects(edges, colorOf("colordrawing", "#b4b4b4"));
+    drawRects(edges, colorOr("colordrawing", "#b4b4b4"));
 }
 
 void SpectralChannel::controlsPass()
@@ -234,7 +247,7 @@ void SpectralChannel::controlsPass()
     QVector<QPointF> plain, hovered;
     for (int i = 0; i < m_controls.size(); ++i)
         (i == m_controlId ? hovered : plain) << toFrame(controlPosition(i));
-    const QColor color = colorOf("colorcontrols", "#dcdcdc");
+    const QColor color = colorOr("colorcontrols", "#dcdcdc");
     drawDiscs(plain, controlSize * devicePixelRatioF(), color);
     drawDiscs(hovered, hoveredSize * devicePixelRatioF(), color);
 }

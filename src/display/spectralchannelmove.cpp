@@ -36,8 +36,7 @@ PointD SpectralChannel::controlPosition(int control) const
 MoveHandle SpectralChannel::moveHandleAt(const QPointF& pixel) const
 {
     const Area rest = restArea();
-    if (!isAddressed() || m_drawing.path.isEmpty() || !hasValidFormat() ||
-        !viewgeometry::isVisible(m_viewArea))
+    if (!isAddressed() || m_drawing.path.isEmpty() || !hasPicture())
         return MoveHandle::None;
     const int32_t control = controlAt(pixel);
     if (control >= 0 && control <= int32_t(MoveHandle::LeftMiddle))
@@ -88,7 +87,7 @@ void SpectralChannel::activateLayerAt(double time)
 
 void SpectralChannel::beginMove(const QPointF& pixel)
 {
-    if (!hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+    if (!hasPicture())
         return;
     if (controlAt(pixel) < 0 && propertyOr("autoactivatelayer", false).toBool())
         activateLayerAt(timeAt(pixel.x()));
@@ -101,7 +100,7 @@ void SpectralChannel::beginMove(const QPointF& pixel)
 
 void SpectralChannel::dragMove(const QPointF& pixel, Qt::KeyboardModifiers modifiers)
 {
-    if (!m_moveDrag || !hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+    if (!m_moveDrag || !hasPicture())
         return;
     const bool shift = modifiers & Qt::ShiftModifier;
     QPointF to = pixel;

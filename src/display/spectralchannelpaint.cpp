@@ -51,13 +51,13 @@ void SpectralChannel::contextAboutToBeDestroyed()
 void SpectralChannel::paintGL()
 {
     glCheck(QStringLiteral("render start (spectral, channel %1)").arg(m_channel));
-    const bool visible = viewgeometry::isVisible(m_viewArea);
-    if (visible && hasValidFormat() && m_root)
+    const bool visible = hasPicture();
+    if (visible && m_root)
         m_textures.update(
             *m_root, m_viewArea.range(), [this](SpectralTexture& texture) { requestPicture(texture, false); },
             &SpectralChannel::upload);
     clearFrame();
-    if (visible && hasValidFormat()) {
+    if (visible) {
         // Layers add up.
         glBlendFunc(GL_ONE, GL_ONE);
         spectrogramPass();

@@ -104,20 +104,26 @@ void SpectralChannel::dragZoom(const QPointF& pixel, Qt::KeyboardModifiers modif
     QPointF moved = pixel - m_pressPixel;
     if (modifiers & Qt::ShiftModifier)
         (std::abs(moved.x()) < std::abs(moved.y()) ? moved.rx() : moved.ry()) = 0;
-    const PointD fixed{m_pressPixel.x() / width(), 1 - m_pressPixel.y() / height()};
     showArea(viewgeometry::zoomed(m_convert, m_pressArea, std::exp2(-moved.x() / pixelsPerOctave),
-                                  std::exp2(moved.y() / pixelsPerOctave), fixed));
+                                  std::exp2(moved.y() / pixelsPerOctave), shareAt(m_pressPixel)));
 }
 
 void SpectralChannel::endZoom(const QPointF& pixel, Qt::KeyboardModifiers modifiers)
 {
     m_drawing = {};
     update();
-    if (!hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+    if (!hasPicture())
         return;
     const QPointF moved(std::abs(pixel.x() - m_pressPixel.x()), std::abs(pixel.y() - m_pressPixel.y()));
     if (m_zoomMode == 0 && moved.x() > leastBand && moved.y() > leastBand) {
-        const PointD a = snapped(documentPosition(m_pressPixel)), b = snapped(documentPosition(pixel));
+        // A corner beyond the project is drawn to its edge.
+        const Area all = limits();
+        const auto corner = [&](const QPointF& at) {
+            const PointD place = snapped(documentPosition(at));
+            return PointD{std::clamp(place.x, all.x, all.x + all.width),
+                          std::clamp(place.y, all.y, all.y + all.height)};
+        };
+        const PointD a = corner(m_pressPixel), b = corner(pixel);
         return showArea({std::min(a.x, b.x), std::min(a.y, b.y), std::abs(b.x - a.x), std::abs(b.y - a.y)});
     }
     if (m_zoomMode >= 2 && (moved.x() >= leastDrag || moved.y() >= leastDrag))
@@ -125,11 +131,5 @@ void SpectralChannel::endZoom(const QPointF& pixel, Qt::KeyboardModifiers modifi
     const double factor = std::exp2(m_zoomMode == 1 || m_zoomMode == 3 ? clickOctaves : -clickOctaves);
     const bool oneAxis = modifiers & Qt::ShiftModifier;
     const bool across = moved.x() >= moved.y();
-    zoomBy(oneAxis && !across ? 1 : factor, oneAxis && across ? 1 : factor, pixel);
-}
-
-void SpectralChannel::zoomBy(double horizontal, double vertical, const QPointF& pixel)
-{
-    const PointD fixed{pixel.x() / width(), 1 - pixel.y() / height()};
-    showArea(viewgeometry::zoomed(m_convert, m_viewArea, horizontal, vertical, fixed));
+    zoomArea(oneAxis && !across ? 1 : factor, oneAxis && across ? 1 : factor, shareAt(pixel));
 }

@@ -18,7 +18,6 @@ constexpr int tall = 24;
 constexpr double shortMark = 5;
 constexpr double textGap = 4;    // from the mark to its text
 constexpr double textSpace = 14; // from a text to the next mark, at least
-constexpr double scrubDistance = 10;
 
 } // namespace
 
@@ -75,10 +74,10 @@ void TimeLine::paintMarks(QPainter& painter)
 {
     const DeviceGrid grid(*this);
     const QVector<RulerTick> major = ticks();
-    const QColor quiet = rulerColor("colorhighlight", "#676767");
+    const QColor quiet = colorOr("colorhighlight", "#676767");
     for (const double position : finerMarks(major))
         painter.fillRect(grid.vertical(position, height() - shortMark, height()), quiet);
-    painter.setPen(rulerColor("colortext", "#e0e0e0"));
+    painter.setPen(colorOr("colortext", "#e0e0e0"));
     for (const RulerTick& tick : major) {
         painter.fillRect(grid.vertical(tick.position, 0, height()), quiet);
         if (!tick.text.isEmpty()) {
@@ -88,7 +87,7 @@ void TimeLine::paintMarks(QPainter& painter)
     }
     const double x = positionOf(double(m_position));
     if (x >= 0 && x <= width())
-        painter.fillRect(grid.vertical(x, 0, height()), rulerColor("colortransport", "#d2d2d2"));
+        painter.fillRect(grid.vertical(x, 0, height()), colorOr("colortransport", "#d2d2d2"));
 }
 
 void TimeLine::transportPositionEvent(EventId id, const int64_t& position)
@@ -120,28 +119,19 @@ void TimeLine::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton || !hasProject() || !viewgeometry::isVisible(viewArea()))
         return;
-    m_pressPixel = event->localPos();
-    m_scrubbing = false;
     setPosition(event->localPos().x());
-    // With hold, a press while playing goes on from the new place.
-    if (!propertyOr("playbackhold", true).toBool() || !m_playing)
+    if (m_press.begin(event->localPos().x(), m_playing))
         Q_EMIT playOrStopToggled();
 }
 
 void TimeLine::mouseMoveEvent(QMouseEvent* event)
 {
-    if (!m_pressPixel || !hasProject() || !viewgeometry::isVisible(viewArea()))
-        return;
-    m_scrubbing = m_scrubbing || std::abs(event->localPos().x() - m_pressPixel->x()) > scrubDistance;
-    if (m_scrubbing && propertyOr("playbackscrubbing", true).toBool())
+    if (m_press.scrubs(event->localPos().x()) && hasProject() && viewgeometry::isVisible(viewArea()))
         setPosition(event->localPos().x());
 }
 
 void TimeLine::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (event->button() != Qt::LeftButton || !m_pressPixel)
-        return;
-    m_pressPixel.reset();
-    if (propertyOr("playbackhold", true).toBool())
+    if (event->button() == Qt::LeftButton && m_press.end())
         Q_EMIT playOrStopToggled();
 }

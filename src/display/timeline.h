@@ -1,9 +1,8 @@
 // The ruler above the channels.
 #pragma once
 
+#include "display/playpress.h"
 #include "display/ruler.h"
-
-#include <optional>
 
 // Times of the area in view, and the transport position. The wheel zooms about the pointer, the menu
 // offers units. A press sets the transport position. With the property `playbackhold` it plays as long
@@ -52,6 +51,5 @@ private:
 
     int64_t m_position = 0;
     bool m_playing = false;
-    std::optional<QPointF> m_pressPixel; // while the left button is down
-    bool m_scrubbing = false;
+    PlayPress m_press;
 };

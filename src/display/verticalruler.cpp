@@ -1,6 +1,7 @@
 #include "display/verticalruler.h"
 
 #include "display/devicegrid.h"
+#include "display/properties.h"
 
 #include <algorithm>
 #include <cmath>
@@ -44,10 +45,10 @@ void VerticalRuler::paintMarks(QPainter& painter)
 {
     const DeviceGrid grid(*this);
     const QVector<RulerTick> major = ticks();
-    const QColor quiet = rulerColor("colorhighlight", "#676767");
+    const QColor quiet = colorOr("colorhighlight", "#676767");
     for (const double position : finerMarks(major))
         painter.fillRect(grid.horizontal(position, 0, shortMark), quiet);
-    const QColor bright = rulerColor("colortext", "#e0e0e0");
+    const QColor bright = colorOr("colortext", "#e0e0e0");
     painter.setPen(bright);
     for (const RulerTick& tick : major) {
         painter.fillRect(grid.horizontal(tick.position, 0, longMark), bright);

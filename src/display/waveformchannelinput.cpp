@@ -81,7 +81,7 @@ void WaveformChannel::updateCursor(const QPointF& at, Qt::KeyboardModifiers modi
 
 void WaveformChannel::mousePressEvent(QMouseEvent* event)
 {
-    if (m_blocked || m_drag != Drag::None || !hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+    if (m_blocked || m_drag != Drag::None || !hasPicture())
         return;
     const Qt::KeyboardModifiers modifiers = event->modifiers() & wheelnavigation::relevantModifiers;
     m_lastPixel = event->localPos();
@@ -136,7 +136,7 @@ void WaveformChannel::keyPressEvent(QKeyEvent* event)
 
 void WaveformChannel::wheelEvent(QWheelEvent* event)
 {
-    if (m_blocked || m_drag == Drag::Sample || !hasValidFormat() || !viewgeometry::isVisible(m_viewArea))
+    if (m_blocked || m_drag == Drag::Sample || !hasPicture())
         return;
     const Qt::KeyboardModifiers modifiers = event->modifiers() & wheelnavigation::relevantModifiers;
     auto [dx, dy] = wheelnavigation::axes(*event);
@@ -148,10 +148,10 @@ void WaveformChannel::wheelEvent(QWheelEvent* event)
         if (modifiers & Qt::ControlModifier && modifiers & Qt::AltModifier)
             dx = dy = dx + dy;
         const double x = event->position().x() / width();
-        const double length = std::max(1.0, m_viewArea.width * std::exp2(dx / -480));
+        const double length = std::max(1.0, m_viewArea.width * wheelnavigation::zoomFactor(dx));
         showTime(m_viewArea.x + (m_viewArea.width - length) * x, length);
-        showPowerRange(
-            powerrange::zoomed(m_powerRange, std::exp2(dy / -480), 1 - event->position().y() / height()));
+        showPowerRange(powerrange::zoomed(m_powerRange, wheelnavigation::zoomFactor(dy),
+                                          1 - event->position().y() / height()));
         break;
     }
     case wheelnavigation::Action::Displace: // a curve has no relief

@@ -20,11 +20,6 @@ constexpr double modeBarWidth = 3;
 // just upon one, then is as thick as any other.
 constexpr double tieBreak = 1.0 / 8;
 
-QColor colorOf(const char* key, const char* fallback)
-{
-    return propertyOr(key, fallback).value<QColor>();
-}
-
 } // namespace
 
 void WaveformChannel::initializeGL()
@@ -47,7 +42,7 @@ void WaveformChannel::contextAboutToBeDestroyed()
 void WaveformChannel::paintGL()
 {
     glCheck(QStringLiteral("render start (waveform, channel %1)").arg(m_channel));
-    const bool visible = viewgeometry::isVisible(m_viewArea) && hasValidFormat() && m_root;
+    const bool visible = hasPicture() && m_root;
     if (visible)
         m_textures.update(
             *m_root, m_viewArea.range(),
@@ -173,7 +168,7 @@ void WaveformChannel::samplesPass()
     for (const auto& [layer, record] : m_textures)
         if (record.glTexture)
             drawDiscs(dots(lookOf(*layer), record), size * devicePixelRatioF(),
-                      layer == active ? colorOf("colorcontrols", "#dcdcdc") : layerColor(lookOf(*layer)));
+                      layer == active ? colorOr("colorcontrols", "#dcdcdc") : layerColor(lookOf(*layer)));
 }
 
 // --- what lies over it ----------------------------------------------------------------------------------
@@ -189,7 +184,7 @@ void WaveformChannel::powerGridPass()
         const double y = (m_powerRange.high - tick) / range.length * frame.height();
         lines << QRectF(0, std::floor(y - (pixels - 1) / 2.0), frame.width(), pixels);
     }
-    drawRects(lines, colorOf("colorgrid", "#303030"));
+    drawRects(lines, colorOr("colorgrid", "#303030"));
 }
 
 // A waveform has no frequencies: the selection is its time.
@@ -200,7 +195,7 @@ void WaveformChannel::selectionPass()
     const Area bounds = m_selection.bounds();
     const double left = std::floor(timeToFrame(bounds.x));
     const double right = std::max(left + linePixels(), std::ceil(timeToFrame(bounds.x + bounds.width)));
-    QColor mask = colorOf("colorselectionmask", "#ffffff");
+    QColor mask = colorOr("colorselectionmask", "#ffffff");
     mask.setAlphaF(m_selectionOpacity);
     drawRects({QRectF(left, 0, right - left, frameSize().height())}, mask);
 }
@@ -211,7 +206,7 @@ void WaveformChannel::controlsPass()
     QVector<QPointF> centres;
     for (const ControlPoint& control : m_controls)
         centres << QPointF(timeToFrame(control.position.x), frameSize().height() / 2.0);
-    drawDiscs(centres, controlSize * devicePixelRatioF(), colorOf("colorcontrols", "#dcdcdc"));
+    drawDiscs(centres, controlSize * devicePixelRatioF(), colorOr("colorcontrols", "#dcdcdc"));
 }
 
 // A bar at the left edge of channels that are muted or solo.
@@ -223,7 +218,7 @@ void WaveformChannel::modePass()
     const double bar = std::round(modeBarWidth * devicePixelRatioF());
     const QRectF edge(0, 0, bar, frameSize().height());
     if (isSet(m_channelsMode.solo, false))
-        drawRects({edge}, colorOf("colorsolo", "#d85136"));
+        drawRects({edge}, colorOr("colorsolo", "#d85136"));
     else if (!isSet(m_channelsMode.enabled, true))
-        drawRects({edge}, colorOf("colormute", "#d8ca36"));
+        drawRects({edge}, colorOr("colormute", "#d8ca36"));
 }

@@ -4,6 +4,8 @@
 
 #include <QWheelEvent>
 
+#include <cmath>
+
 namespace wheelnavigation {
 
 Action action(Qt::KeyboardModifiers modifiers)
@@ -35,6 +37,11 @@ std::pair<double, double> axes(const QWheelEvent& event)
     if (!propertyOr("invertwheelaxes", true).toBool())
         std::swap(dx, dy);
     return {dx, dy};
+}
+
+double zoomFactor(double angle)
+{
+    return std::exp2(angle / -480);
 }
 
 namespace {

@@ -20,6 +20,8 @@ constexpr Qt::KeyboardModifiers relevantModifiers =
 // Right-hand and upward turns of the wheel, after the rules for modifiers and axes (property
 // invertwheelaxes).
 [[nodiscard]] std::pair<double, double> axes(const QWheelEvent& event);
+// By what a zoom scales the view for such a turn: half at 480 upwards.
+[[nodiscard]] double zoomFactor(double angle);
 // Whether the left button with these modifiers pans, by the property leftbuttonnavigation.
 [[nodiscard]] bool leftButtonPans(Qt::KeyboardModifiers modifiers);
 // Whether it plays: the other one of Ctrl and Ctrl+Alt.

@@ -287,6 +287,31 @@ TEST_F(Tools, ModeOneZoomsOutAtAnyRelease)
     EXPECT_NEAR(told().height, 6000 * std::exp2(0.25), 1e-6);
 }
 
+TEST_F(Tools, BandDrawnBeyondTheProjectEndsThere)
+{
+    chooseZoom(0);
+    drag(Qt::LeftButton, {300, 75}, {500, -40});
+    EXPECT_NEAR(told().x, 300000, 1e-6);
+    EXPECT_NEAR(told().x + told().width, 400000, 1e-6);
+    EXPECT_NEAR(told().y + told().height, 24000, 1e-6);
+}
+
+TEST_F(Tools, ClickWithShiftZoomsTheAxisOfTheLargerMoveAlone)
+{
+    for (const int mode : {0, 1}) {
+        chooseZoom(mode);
+        const double factor = std::exp2(mode == 0 ? -0.25 : 0.25);
+        show({150000, 6000, 50000, 6000});
+        drag(Qt::LeftButton, {200, 150}, {206, 148}, Qt::ShiftModifier);
+        EXPECT_NEAR(told().width, 50000 * factor, 1e-3);
+        EXPECT_NEAR(told().height, 6000, 1e-6);
+        show({150000, 6000, 50000, 6000});
+        drag(Qt::LeftButton, {200, 150}, {202, 156}, Qt::ShiftModifier);
+        EXPECT_NEAR(told().width, 50000, 1e-3);
+        EXPECT_NEAR(told().height, 6000 * factor, 1e-6);
+    }
+}
+
 TEST_F(Tools, ModesTwoAndThreeStretchByDragging)
 {
     for (const int mode : {2, 3}) {
@@ -343,6 +368,17 @@ TEST_F(Tools, PlaybackSetsThePositionAndHoldsOrToggles)
     qApp->setProperty("playbackhold", false);
     drag(Qt::LeftButton, {100, 150}, {100, 150});
     EXPECT_EQ(toggles, 3);
+}
+
+TEST_F(Tools, HeldPressWhileItPlaysGoesOnFromTheNewPlaceAndTheReleaseStops)
+{
+    choose(EventId::ToolPlaybackActivate);
+    channel->setPlaying(true);
+    mouse(QEvent::MouseButtonPress, {100, 150}, Qt::LeftButton, Qt::LeftButton);
+    EXPECT_EQ(listener.positions.back(), 100000);
+    EXPECT_EQ(toggles, 0);
+    mouse(QEvent::MouseButtonRelease, {100, 150}, Qt::LeftButton, Qt::NoButton);
+    EXPECT_EQ(toggles, 1);
 }
 
 TEST_F(Tools, PressThatMovesTenPixelsOrLessDoesNotScrub)
