@@ -57,7 +57,7 @@ float SpectralChannel::magnitudeAt(const PointD& position) const
         if (!record.currentData || !record.currentData->data)
             continue;
         const SpectralTextureData& picture = *record.currentData;
-        const Area area = m_convert.areaToScale(picture.area);
+        const Area area = m_convert.areaToScale(areaNow(picture));
         const double x = (position.x - area.x) / area.width * picture.size.width();
         const double y = (m_convert.toScale(position.y) - area.y) / area.height * picture.size.height();
         if (x < 0 || y < 0 || x >= picture.size.width() || y >= picture.size.height())

@@ -86,6 +86,7 @@ private:
     void followTree();
     static void upload(Textures::Record& record);
     void requestPicture(SpectralTexture& texture, bool updateContent);
+    [[nodiscard]] static Area areaNow(const SpectralTextureData& picture);
     void spectrogramPass();
     void drawLayer(const ILayer& look, const Textures::Record& record, QOpenGLShaderProgram& program,
                    int steps);

@@ -104,6 +104,14 @@ void SpectralChannel::upload(Textures::Record& record)
 
 // --- spectrogram ------------------------------------------------------------------------------------
 
+// Where the picture belongs by now.
+Area SpectralChannel::areaNow(const SpectralTextureData& picture)
+{
+    const Area& area = picture.area;
+    const FRange time = whereNow(*picture.layer, picture.placement, {area.x, area.width});
+    return {time.start, area.y, time.length, area.height};
+}
+
 QOpenGLShaderProgram* SpectralChannel::powerProgram(int steps) const
 {
     return steps == 0 ? m_powerProgram : steps == 64 ? m_power64Program : m_power128Program;
@@ -131,7 +139,7 @@ void SpectralChannel::drawLayer(const ILayer& look, const Textures::Record& reco
                                 QOpenGLShaderProgram& program, int steps)
 {
     const Area view = m_convert.areaToScale(m_viewArea);
-    const Area area = m_convert.areaToScale(record.currentData->area);
+    const Area area = m_convert.areaToScale(areaNow(*record.currentData));
     // The loudest bins go the whole way, in texture coordinates.
     Displacement whole;
     if (steps > 0) {

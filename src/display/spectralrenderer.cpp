@@ -91,6 +91,7 @@ SpectralTextureDataPtr SpectralRenderer::render(const TextureRequest& request, b
     auto picture = std::make_unique<SpectralTextureData>();
     picture->layer = m_layer;
     picture->filtering = request.filtering;
+    picture->placement = {request.timeShift, double(request.layerScale.first)};
     m_counts = {};
     Job job{.context = {m_layer.get(), layerRange, m_channel, span, request.settings.get(),
                         request.timeSharpen, request.freqSharpen},

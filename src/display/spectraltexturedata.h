@@ -1,6 +1,7 @@
 // One finished picture of a layer's channel.
 #pragma once
 
+#include "display/layerplacement.h"
 #include "model/ilayer.h"
 #include "model/types/area.h"
 #include "model/types/units.h"
@@ -14,9 +15,10 @@
 // thread's pool with the last holder; nobody writes it after it was queued.
 struct SpectralTextureData
 {
-    ILayerPtr layer; // keeps the layer alive
-    Area area;       // what the block really covers
-    QSize size;      // time columns, rows
+    ILayerPtr layer;          // keeps the layer alive
+    Area area;                // what the block really covers
+    QSize size;               // time columns, rows
+    LayerPlacement placement; // of the layer at the time of the request
     Filtering filtering = Filtering::Raw;
     // Linear magnitudes, size.height() rows of column c from c * height on, lowest frequency first.
     // Null when there is nothing to show.

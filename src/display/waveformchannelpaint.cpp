@@ -102,9 +102,10 @@ void WaveformChannel::drawLayer(const ILayer& look, const Textures::Record& reco
 {
     const WaveformTextureData& block = *record.currentData;
     const QSize frame = frameSize();
+    const FRange range = whereNow(*block.layer, block.placement, block.range);
     // From the centre of a pixel to the texture.
-    const double scaleX = m_viewArea.width / frame.width() / block.range.length;
-    double offsetX = (m_viewArea.x - block.range.start) / block.range.length;
+    const double scaleX = m_viewArea.width / frame.width() / range.length;
+    double offsetX = (m_viewArea.x - range.start) / range.length;
     if (std::abs(scaleX * block.width - 1) < 1e-6) {
         // One texel for each pixel: centre upon centre, or peaks would be mixed with their neighbours. At
         // the very middle the later pixel takes the texel, so that a view of a whole layer has as many of
@@ -151,7 +152,7 @@ QVector<QPointF> WaveformChannel::dots(const ILayer& look, const Textures::Recor
     const double gain = double(look.multiplier()) * look.polarity();
     for (int64_t i = 0; i < block.columnCount; ++i) {
         const QVector4D& column = block.data[std::size_t(i * block.upsample)];
-        const auto time = double(block.firstColumn + i);
+        const double time = whereNow(*block.layer, block.placement, {double(block.firstColumn + i), 0}).start;
         points << pixelOf(time, double(column.x()) * gain) * ratio;
         if (m_convert.format.isComplex())
             points << pixelOf(time, double(column.z()) * gain) * ratio;

@@ -77,6 +77,7 @@ WaveformTextureDataPtr WaveformRenderer::render(const WaveformRequest& request, 
     auto block = std::make_unique<WaveformTextureData>();
     block->layer = m_layer;
     block->filtering = request.filtering;
+    block->placement = {request.timeShift, double(request.layerScale.first)};
     m_readCount = 0;
     const SamplingFormat format = m_layer->format();
     const Area area{request.range.start, 0, request.range.length, 1};

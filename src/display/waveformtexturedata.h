@@ -1,6 +1,7 @@
 // One finished envelope of a layer's channel, and what a view asks for to get one.
 #pragma once
 
+#include "display/layerplacement.h"
 #include "model/ilayer.h"
 #include "model/types/range.h"
 #include "model/types/units.h"
@@ -35,9 +36,10 @@ struct WaveformRequest
 // Made by a texture thread, taken from its queue by the view; nobody writes it after it was queued.
 struct WaveformTextureData
 {
-    ILayerPtr layer; // keeps the layer alive
-    FRange range;    // what the texture covers, by the edges of its texels
-    int width = 0;   // texels
+    ILayerPtr layer;          // keeps the layer alive
+    FRange range;             // what the texture covers, by the edges of its texels
+    int width = 0;            // texels
+    LayerPlacement placement; // of the layer at the time of the request
     Filtering filtering = Filtering::Raw;
     double step = 0; // samples per column: at 1 each column is a single sample, and x equals y
     int upsample = 1;

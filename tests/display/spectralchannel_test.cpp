@@ -701,6 +701,28 @@ TEST_F(View, aLayerThatIsBeingMovedOrStretchedIsSeenWhereItWillBe)
     }
 }
 
+TEST_F(View, aMovedLayerIsSeenAtItsNewPlaceBeforeItsNextPicture)
+{
+    open(48000);
+    const LayerPtr layer = addLayer(impulse(20'000, 8000), 10'000);
+    show({0, 0, 100'000, 24'000});
+    (void)picture();
+    documentLock().lockForWrite(); // no render can begin
+    const auto preview = [&](double offset, float scale) {
+        layer->setTimeOffset(offset);
+        layer->setScale(scale, 1);
+        post(EventId::LayerPropertiesChange, ILayerPtr(layer));
+        EXPECT_NEAR(brightestColumn(channel->grabFramebuffer()) + 0.5,
+                    (10'000 + offset + 8000 * double(scale)) / 250, 1 + double(scale));
+        EXPECT_TRUE(channel->isOutstanding());
+    };
+    preview(30'000, 1);
+    preview(30'000, 3);
+    preview(-5000, 0.5f);
+    documentLock().unlock();
+    EXPECT_NEAR(brightestColumn(picture()) + 0.5, (10'000 - 5000 + 4000) / 250.0, 1);
+}
+
 TEST_F(View, aStretchedLayerLastsLongerAtTheSameFrequency)
 {
     open(48000);

@@ -408,6 +408,29 @@ TEST_F(Waveform, contentUpdateReadsTheLayerAgain)
 }
 
 // Undo changes the tree and tells of a group's content only.
+TEST_F(Waveform, aMovedLayerIsSeenAtItsNewPlaceBeforeItsNextPicture)
+{
+    open();
+    std::vector<float> samples(20'000, 0.0f);
+    samples[8000] = 1;
+    const LayerPtr layer = addLayer(samples);
+    for (const double length : {40'000.0, 40.0}) { // an envelope, and single samples
+        SCOPED_TRACE(length);
+        layer->setTimeOffset(0);
+        show(8000 - length / 4, length);
+        EXPECT_NEAR(litRows(picture(), width / 4).first, 0, 4);
+        documentLock().lockForWrite(); // no render can begin
+        layer->setTimeOffset(length / 4);
+        post(EventId::LayerPropertiesChange, ILayerPtr(layer));
+        const QImage image = view->grabFramebuffer();
+        EXPECT_TRUE(view->isOutstanding());
+        EXPECT_NEAR(litRows(image, width / 2).first, 0, 4);
+        const int behind = litRows(image, width / 4).first;
+        EXPECT_TRUE(behind < 0 || behind > height / 4) << behind;
+        documentLock().unlock();
+    }
+}
+
 TEST_F(Waveform, aLayerThatIsBeingMovedOrStretchedIsSeenWhereItWillBe)
 {
     open();
