@@ -264,18 +264,29 @@ void OverviewBar::keyPressEvent(QKeyEvent* event)
 
 // --- painting ---------------------------------------------------------------------------------------
 
+double OverviewBar::onDevicePixel(double pixel) const
+{
+    return std::round(pixel * devicePixelRatioF()) / devicePixelRatioF();
+}
+
 void OverviewBar::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.fillRect(rect(), palette().color(QPalette::Base));
     if (m_range.isEmpty())
         return;
-    // Whatever has a length is at least one pixel wide, and stands on whole device pixels.
-    const double ratio = devicePixelRatioF();
-    const auto sharp = [ratio](double pixel) { return std::round(pixel * ratio) / ratio; };
-    const auto stretch = [&](double time, double length) {
-        const double left = sharp(toPixel(time));
-        return QRectF(left, 0, std::max(1 / ratio, sharp(toPixel(time + length)) - left), height());
+    paintMarks(painter);
+    if (!frame().isNull())
+        paintFrame(painter);
+}
+
+// Whatever has a length is at least one pixel wide, and stands on whole device pixels.
+void OverviewBar::paintMarks(QPainter& painter) const
+{
+    const auto stretch = [this](double time, double length) {
+        const double left = onDevicePixel(toPixel(time));
+        const double right = onDevicePixel(toPixel(time + length));
+        return QRectF(left, 0, std::max(1 / devicePixelRatioF(), right - left), height());
     };
     const auto faint = [](QColor color, double opacity) {
         color.setAlphaF(opacity);
@@ -296,19 +307,20 @@ void OverviewBar::paintEvent(QPaintEvent*)
             painter.fillRect(stretch(marker.time, marker.width),
                              marker.width > 0 ? faint(regions, 0.5) : markers);
     painter.fillRect(stretch(double(m_position), 0), colorOr("colortransport", "#d2d2d2"));
+}
 
+void OverviewBar::paintFrame(QPainter& painter) const
+{
     QRectF view = frame();
-    if (view.isNull())
-        return;
-    const QColor line = palette().color(QPalette::Highlight);
-    view.setLeft(sharp(view.left()));
-    view.setRight(std::max(view.left() + 2, sharp(view.right())));
+    view.setLeft(onDevicePixel(view.left()));
+    view.setRight(std::max(view.left() + 2, onDevicePixel(view.right())));
     if (view.right() > width())
         view.translate(width() - view.right(), 0);
+    const QColor line = palette().color(QPalette::Highlight);
     QColor fill = line;
     fill.setAlpha(frameFill);
     painter.fillRect(view, fill);
-    const double thickness = std::max(1.0, std::round(ratio)) / ratio;
+    const double thickness = std::max(1.0, std::round(devicePixelRatioF())) / devicePixelRatioF();
     painter.fillRect(QRectF(view.left(), 0, view.width(), thickness), line);
     painter.fillRect(QRectF(view.left(), height() - thickness, view.width(), thickness), line);
     painter.fillRect(QRectF(view.left(), 0, thickness, height()), line);

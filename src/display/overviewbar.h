@@ -7,6 +7,7 @@
 #include <QWidget>
 
 class QAction;
+class QPainter;
 
 // The project's time fills the width. The part in view stands as a frame, which a press inside moves, a
 // press on its left or right edge resizes, and a press elsewhere centres about the pointer; the wheel
@@ -60,6 +61,9 @@ private:
     void show(double start, double length);
     void showWhole();
     [[nodiscard]] double leastLength() const;
+    [[nodiscard]] double onDevicePixel(double pixel) const;
+    void paintMarks(QPainter& painter) const;
+    void paintFrame(QPainter& painter) const;
 
     Area m_viewArea;
     Range m_range;      // of the user's layers

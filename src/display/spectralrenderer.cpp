@@ -156,7 +156,8 @@ void SpectralRenderer::prepareProjection(const TextureRequest& request, const Te
     const Projection projection{request.settings,  m_layer->format(),   grid.step,          grid.upsample,
                                 grid.area.y,       grid.area.height,    grid.size.height(), request.freqScale,
                                 request.filtering, request.timeSharpen, request.freqSharpen};
-    if (projection == m_projection)
+    // Refinement weighs the distance of columns in samples of the layer.
+    if (projection == m_projection && request.layerScale == m_lastRequest.layerScale)
         return;
     m_projection = projection;
     m_lastData.reset();
