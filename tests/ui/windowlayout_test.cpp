@@ -333,7 +333,7 @@ TEST_F(WindowLayoutTest, TheLibrariesAreThePluginsOfTheSession)
 {
     show();
     DialogScript script;
-    script.on("Libraries", [this](QDialog& dialog) {
+    script.on("Libraries", [](QDialog& dialog) {
         auto* table = dialog.findChild<QTableWidget*>();
         ASSERT_NE(table, nullptr);
         ASSERT_GE(table->rowCount(), 1);
