@@ -15,9 +15,42 @@ namespace {
 
 constexpr int spacing = 6;
 constexpr int groupSpacing = 14;
-constexpr int fieldLetters = 11; // "0:00:00.000"
+constexpr int fieldLetters = 11;     // "0:00:00.000"
+constexpr int leastFieldLetters = 7; // where there is no room for more
+constexpr int fadeLetters = 8;       // "1000 ms"
 constexpr double mostFadeSeconds = 100;
 constexpr double mostFadeHz = 1e9;
+
+// Without the zeros behind the point, so that the usual numbers are short.
+class Number : public QDoubleSpinBox
+{
+public:
+    using QDoubleSpinBox::QDoubleSpinBox;
+
+    [[nodiscard]] QString textFromValue(double value) const override
+    {
+        QString text = QDoubleSpinBox::textFromValue(value);
+        const QChar point = locale().decimalPoint();
+        if (!text.contains(point))
+            return text;
+        while (text.endsWith(locale().zeroDigit()))
+            text.chop(1);
+        return text.endsWith(point) ? text.chopped(1) : text;
+    }
+};
+
+int lettersWide(const QWidget& widget, int letters)
+{
+    widget.ensurePolished(); // the sheet gives the font
+    return widget.fontMetrics().averageCharWidth() * letters + 2 * spacing;
+}
+
+// The range of a fade would ask for a field twice as wide.
+void narrow(QDoubleSpinBox& box)
+{
+    constexpr int arrows = 22;
+    box.setFixedWidth(lettersWide(box, fadeLetters) + arrows);
+}
 
 bool isTime(SelectionField f)
 {
@@ -72,10 +105,12 @@ OptionsPage::OptionsPage(QWidget* parent)
     m_row->addLayout(m_own);
     m_fadeTime = addNumber(tr("Fade:"), 0, mostFadeSeconds * 1000, 1, 0, tr(" ms"));
     m_fadeTime->setDecimals(3);
+    narrow(*m_fadeTime);
     m_fadeTime->setObjectName(QStringLiteral("fadetime"));
     m_fadeTime->setAccessibleName(tr("Fade in time"));
     m_fadeTime->setToolTip(tr("Fade in time: from the border inwards to full strength"));
     m_fadeFrequency = addNumber({}, 0, mostFadeHz, 10, 0, tr(" Hz"));
+    narrow(*m_fadeFrequency);
     m_fadeFrequency->setObjectName(QStringLiteral("fadefrequency"));
     m_fadeFrequency->setAccessibleName(tr("Fade in frequency"));
     m_fadeFrequency->setToolTip(tr("Fade in frequency: from the border inwards to full strength"));
@@ -95,7 +130,7 @@ OptionsPage::OptionsPage(QWidget* parent)
 QDoubleSpinBox* OptionsPage::addNumber(const QString& label, double least, double most, double step,
                                        double value, const QString& suffix)
 {
-    auto* const box = new QDoubleSpinBox(this);
+    auto* const box = new Number(this);
     box->setRange(least, most);
     box->setSingleStep(step);
     box->setDecimals(step < 1 ? 2 : 0);
@@ -124,7 +159,8 @@ void OptionsPage::addField(SelectionField f, const QString& label, const QString
     made.edit->setObjectName(QLatin1String(names[size_t(f)]));
     made.edit->setToolTip(hint);
     made.edit->setAccessibleName(hint);
-    made.edit->setFixedWidth(made.edit->fontMetrics().averageCharWidth() * fieldLetters + 2 * spacing);
+    made.edit->setMinimumWidth(lettersWide(*made.edit, leastFieldLetters));
+    made.edit->setMaximumWidth(lettersWide(*made.edit, fieldLetters));
     made.label->setBuddy(made.edit);
     m_row->addWidget(made.label);
     m_row->addWidget(made.edit);
