@@ -12,6 +12,12 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+namespace {
+
+constexpr int leastHeight = 30; // pixels of the list: a state, so that the buttons below keep their room
+
+} // namespace
+
 HistoryPanel::HistoryPanel(QWidget* parent)
     : QWidget(parent),
       IEvent(QStringLiteral("HistoryPanel")),
@@ -26,6 +32,7 @@ HistoryPanel::HistoryPanel(QWidget* parent)
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_list->setTextElideMode(Qt::ElideRight);
     m_list->setUniformItemSizes(true);
+    m_list->setMinimumHeight(leastHeight);
 
     auto* bar = new QHBoxLayout(m_buttons);
     bar->setContentsMargins(4, 2, 4, 2);

@@ -27,6 +27,7 @@ namespace {
 
 // Pixels in which a row has room for all its controls.
 constexpr int narrowest = 272;
+constexpr int leastHeight = 66; // of the list: a row, so that the controls below keep their room
 
 bool isLeftToHost()
 {
@@ -61,6 +62,7 @@ LayersPanel::LayersPanel(QWidget* parent)
     m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_list->setContextMenuPolicy(Qt::CustomContextMenu);
     m_list->installEventFilter(this);
+    m_list->setMinimumHeight(leastHeight);
     setMinimumWidth(narrowest);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins({});

@@ -133,6 +133,7 @@ MainWindow::MainWindow(bool embedded, QWidget* parent)
     setMinimumSize(smallestWindow);
     if (!m_embedded)
         restoreWindowGeometry(*this);
+    setFocus(); // Qt would take the first control for it, the button of a panel
     // Not before the window is on the screen: a recording shows while it loads.
     QMetaObject::invokeMethod(this, &MainWindow::sessionImport, Qt::QueuedConnection);
     qInfo("Ready");

@@ -634,6 +634,13 @@ TEST_F(MainWindowTest, EveryVisibleControlHasWordsANameAndAPlaceInTheTabOrder)
     }
 }
 
+TEST_F(MainWindowTest, StartsWithTheKeysOnNoControl)
+{
+    show();
+    ASSERT_TRUE(testsupport::waitFor([this] { return m_window->isActiveWindow(); }));
+    EXPECT_EQ(QApplication::focusWidget(), m_window.get());
+}
+
 TEST_F(MainWindowTest, KeysMoveThePositionAndSelectFromItOn)
 {
     show();
