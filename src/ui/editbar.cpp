@@ -6,8 +6,6 @@
 #include <QAction>
 #include <QIcon>
 #include <QKeyEvent>
-#include <QPainter>
-#include <QPixmap>
 #include <QToolButton>
 
 namespace {
@@ -39,27 +37,6 @@ constexpr Entry entries[] = {
     {"editdel", ":/icons/delete.png"},
 };
 
-// What a style makes of a light icon that is disabled can hardly be told from the icon itself.
-QIcon iconOf(const char* file)
-{
-    constexpr double dimmed = 0.35;
-    QIcon icon(QString::fromLatin1(file));
-    for (const QString& drawing :
-         {QString::fromLatin1(file),
-          QString::fromLatin1(file).replace(QLatin1String(".png"), QLatin1String("@2x.png"))}) {
-        const QPixmap whole(drawing);
-        QPixmap pale(whole.size());
-        pale.setDevicePixelRatio(whole.devicePixelRatio());
-        pale.fill(Qt::transparent);
-        QPainter painter(&pale);
-        painter.setOpacity(dimmed);
-        painter.drawPixmap(0, 0, whole);
-        painter.end();
-        icon.addPixmap(pale, QIcon::Disabled);
-    }
-    return icon;
-}
-
 } // namespace
 
 EditBar::EditBar(QWidget* parent) : QToolBar(tr("Edit"), parent)
@@ -81,7 +58,7 @@ void EditBar::fill(const ActionTable& actions)
             continue;
         }
         QAction* action = actions.action(QString::fromLatin1(entry.action));
-        action->setIcon(iconOf(entry.icon));
+        action->setIcon(QIcon(QString::fromLatin1(entry.icon)));
         action->setIconVisibleInMenu(false);
         const QString name = action->toolTip(); // its text, without mnemonic and dots
         tellKeys(*action);

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QDialog>
 #include <QFile>
+#include <QPainter>
 #include <QPalette>
 #include <QProxyStyle>
 #include <QVariant>
@@ -86,6 +87,7 @@ QPalette darkPalette()
 
 constexpr int dialogMargin = 16; // logical pixels
 constexpr int boxIcon = 32;
+constexpr double disabledOpacity = 0.35;
 
 // The drawing of Fusion. A dialog that says nothing else has the same margins as those that do.
 class WidgetStyle : public QProxyStyle
@@ -109,6 +111,21 @@ public:
             break;
         }
         return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+
+    // What Fusion makes of a light icon that is disabled can hardly be told from the icon itself.
+    QPixmap generatedIconPixmap(QIcon::Mode mode, const QPixmap& pixmap,
+                                const QStyleOption* option) const override
+    {
+        if (mode != QIcon::Disabled)
+            return QProxyStyle::generatedIconPixmap(mode, pixmap, option);
+        QPixmap pale(pixmap.size());
+        pale.setDevicePixelRatio(pixmap.devicePixelRatio());
+        pale.fill(Qt::transparent);
+        QPainter painter(&pale);
+        painter.setOpacity(disabledOpacity);
+        painter.drawPixmap(0, 0, pixmap);
+        return pale;
     }
 };
 
