@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <QCursor>
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
 #include <QPixmap>
@@ -25,14 +26,6 @@ inline QSize windowSize()
     return asked.isEmpty() ? QSize(1280, 720) : asked;
 }
 
-// At the corner of the screen, and the pointer where it touches nothing.
-inline void place(QWidget& window)
-{
-    window.move(0, 0);
-    window.resize(windowSize());
-    QCursor::setPos(QGuiApplication::primaryScreen()->geometry().bottomRight());
-}
-
 inline QImage screenBehind(const QWidget& window)
 {
     return QGuiApplication::primaryScreen()
@@ -40,20 +33,36 @@ inline QImage screenBehind(const QWidget& window)
         .toImage();
 }
 
-// For somebody to look at: once two looks at the screen in a row are the same. Lines that crawl may keep them
-// from it: then what there is after a while.
+// At the corner of the screen, and the pointer where it touches nothing.
+inline void place(QWidget& window)
+{
+    window.move(0, 0);
+    window.resize(windowSize());
+    QCursor::setPos(QGuiApplication::primaryScreen()->geometry().bottomRight());
+    EXPECT_TRUE(testsupport::waitFor([&window] {
+        const QImage image = screenBehind(window);
+        return image.pixel(image.width() - 1, image.height() - 1) != qRgb(0, 0, 0); // the screen behind
+    }));
+}
+
+// For somebody to look at: once the screen has not changed for a while. Lines that crawl may keep it from
+// that: then what there is after a second.
 inline void take(const QWidget& window, const QString& folder, const QString& name)
 {
+    constexpr qint64 restful = 200; // ms
     const QString wanted = qEnvironmentVariable("MORVANE_PICTURES");
     QImage image = screenBehind(window);
+    QElapsedTimer since;
+    since.start();
+    const auto atRest = [&] {
+        const QImage before = image;
+        image = screenBehind(window);
+        if (image != before)
+            since.restart();
+        return since.elapsed() > restful;
+    };
     if (!wanted.isEmpty())
-        testsupport::waitFor(
-            [&] {
-                const QImage before = image;
-                image = screenBehind(window);
-                return image == before;
-            },
-            1000);
+        testsupport::waitFor(atRest, 1000);
     EXPECT_TRUE(image.save((wanted.isEmpty() ? folder : wanted) + QStringLiteral("/%1.png").arg(name)));
 }
 

@@ -46,7 +46,7 @@ protected:
     }
 
     // A recording, or a tone where there are none.
-    void openSomething(const char* name = "bird-spinetail.wav")
+    void openSomething(const char* name = "surround-5.1.flac")
     {
         const QString file = testsupport::recordingsFolder() + QLatin1Char('/') + QLatin1String(name);
         ASSERT_TRUE(tabs().parse(QFile::exists(file) ? file : makeTone("tone.wav", 2, 2)));
@@ -263,7 +263,7 @@ TEST_F(Gallery, QuestionsAndWarnings)
 
 TEST_F(Gallery, PanelsWithLayersGroupsAndStates)
 {
-    openSomething("surround-5.1.flac");
+    openSomething();
     select();
     for (const char* id : {"editcopynew", "layerduplicate", "layergroup", "layernewgroup", "layernewlayer"})
         action(id).trigger();

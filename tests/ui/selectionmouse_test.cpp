@@ -1,10 +1,9 @@
-// The selection tools in the window, driven with the mouse. With MORVANE_PICTURES set to a folder, each tool
-// at work is saved there, on a recording if there are any.
+// The selection tools in the window, driven with the mouse, and pictures of each at work, see gallery.h.
 #include "display/channelrow.h"
-#include "display/waveformchannel.h"
 #include "editing/datamanager.h"
 #include "model/toolstate.h"
 #include "plugins/itoolplugin.h"
+#include "ui/gallery.h"
 #include "ui/historypanel.h"
 #include "ui/panelstest.h"
 
@@ -68,9 +67,9 @@ protected:
         writeFloatWave(path("scene.wav"), rate, 1, samples);
         open(path("scene.wav"));
     }
-    void open(const QString& file)
+    void open(const QString& file, const QSize& size = QSize(1400, 800))
     {
-        m_window->resize(1400, 800);
+        m_window->resize(size);
         ASSERT_TRUE(tabs().parse(file));
         postEvent(nullptr, EventId::FreqScaleChange, int32_t(FreqScale::Linear), nullptr);
         settle();
@@ -78,17 +77,6 @@ protected:
     void settle()
     {
         ASSERT_TRUE(testsupport::waitFor([this] { return display().isSettled() && view().width() > 300; }));
-    }
-    // The views are on the screen as they are now.
-    void repaint()
-    {
-        settle();
-        for (int i = 0; i < 3; ++i) {
-            view().update();
-            display().rows().first()->waveform()->update();
-            QCoreApplication::processEvents();
-            settle();
-        }
     }
     SpectralChannel& view() { return *display().rows().first()->spectral(); }
     Project& project() { return *front(); }
@@ -267,27 +255,56 @@ TEST_F(SelectionMouse, TheOutlineIsSeenWhileItIsDrawn)
     }
 }
 
+// What tools that search find something in, and where they are clicked; the others draw on the first.
+struct Scene
+{
+    const char* picture;
+    const char* recording;
+    double x, y; // shares of the view
+};
+
+const Scene scenes[] = {
+    {"", "bird-spinetail.wav", 0, 0},
+    {"wand", "bird-spinetail.wav", 0.29, 0.325},
+    {"harmonics", "heal-trumpet-clean-float.wav", 0.4, 0.06},
+    {"transient", "transient-tabla.flac", 0, 0},
+};
+
 TEST_F(SelectionMouse, PicturesOfEachToolAtWork)
 {
-    // Where somebody wants to look at them.
-    const QString wanted = qEnvironmentVariable("MORVANE_PICTURES");
-    const QString folder = wanted.isEmpty() ? m_folder : wanted;
-    const QString recording = testsupport::recordingsFolder() + QStringLiteral("/bird-spinetail.wav");
-    if (QFile::exists(recording))
-        open(recording);
-    else
-        openScene();
+    gallery::place(*m_window);
+    QString shown;
     for (const Row& row : rows) {
         SCOPED_TRACE(row.step);
+        const Scene* scene = std::find_if(std::begin(scenes), std::end(scenes), [&row](const Scene& s) {
+            return s.picture == QLatin1String(row.picture);
+        });
+        if (scene == std::end(scenes))
+            scene = scenes;
+        const QString recording =
+            testsupport::recordingsFolder() + QLatin1Char('/') + QLatin1String(scene->recording);
+        if (shown != recording) {
+            if (QFile::exists(recording))
+                open(recording, gallery::windowSize());
+            else
+                openScene();
+            shown = recording;
+        }
         ASSERT_NO_FATAL_FAILURE(choose(row));
-        beginGesture(row);
         // A click has nothing to show before its end; of the others the outline is the picture.
-        const bool click = row.plugin == QLatin1String("selectwand");
-        if (click || row.plugin == QLatin1String("selecttransient"))
+        const bool click = scene->x > 0;
+        const bool late = click || row.plugin == QLatin1String("selecttransient");
+        if (click)
+            press(scene->x, scene->y);
+        else
+            beginGesture(row);
+        if (click)
+            release(scene->x, scene->y);
+        else if (late)
             endGesture(row);
-        repaint();
-        EXPECT_TRUE(m_window->grab().save(folder + QStringLiteral("/tool-%1.png").arg(row.picture)));
-        if (!click && row.plugin != QLatin1String("selecttransient"))
+        settle();
+        gallery::take(*m_window, m_folder, QStringLiteral("tool-%1").arg(row.picture));
+        if (!late)
             endGesture(row);
         m_window->dataManager().deselect();
     }
