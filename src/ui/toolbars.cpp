@@ -11,6 +11,7 @@
 #include "ui/toolpages.h"
 #include "ui/toolreset.h"
 #include "ui/widgets/qtoolbarext.h"
+#include "ui/widgets/scrollstrip.h"
 #include "ui/widgets/usersettings.h"
 
 #include <QAction>
@@ -108,8 +109,16 @@ ToolBars::ToolBars(MainWindow& window)
     connect(m_tools, &QToolBarExt::expandedChanged, this, [](bool on) { store("toolbarexpanded", on); });
     m_settings->setObjectName(QStringLiteral("toolssettings"));
     m_settings->setAccessibleName(m_settings->windowTitle());
-    m_settings->addWidget(m_pages);
+    m_settings->addWidget(new ScrollStrip(m_pages, m_settings->windowTitle(), m_settings));
     nameExtension(*m_settings);
+    // A page that is not shown does not make the others as wide as itself.
+    const auto fitWidth = [this] {
+        for (int i = 0; i < m_pages->count(); ++i)
+            m_pages->widget(i)->setSizePolicy(i == m_pages->currentIndex() ? QSizePolicy::Preferred
+                                                                           : QSizePolicy::Ignored,
+                                              QSizePolicy::Preferred);
+    };
+    connect(m_pages, &QStackedWidget::currentChanged, this, fitWidth);
     m_pages->addWidget(m_noPage);
     window.addToolBar(Qt::TopToolBarArea, m_edit);
     // A line of its own: the options of some tools need the whole width.
@@ -215,6 +224,7 @@ void ToolBars::addEntry(const Entry& entry)
     m_tools->addButton(entry.button);
     if (!entry.page)
         return;
+    entry.page->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_pages->addWidget(entry.page);
     m_reset->remember(entry.page);
 }
