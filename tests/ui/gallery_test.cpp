@@ -241,6 +241,13 @@ TEST_F(Gallery, DialogsOfSelectionAndTime)
     visit("fade", "Fade Selection", "selectfade");
     visit("saveselection", "Save Selection", "selectsave");
     visit("renamelayer", "Rename Layer", "layerrename");
+    {
+        DialogScript script;
+        script.on("Save Selection",
+                  [](QDialog& dialog) { QTest::keyClick(&dialog, Qt::Key_Return); }); // by its default button
+        action("selectsave").trigger();
+    }
+    visit("loadselection", "Load Selection", "selectload");
 }
 
 TEST_F(Gallery, DialogsOfHelp)

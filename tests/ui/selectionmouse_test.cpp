@@ -289,6 +289,7 @@ TEST_F(SelectionMouse, PicturesOfEachToolAtWork)
             else
                 openScene();
             shown = recording;
+            QCoreApplication::processEvents(); // the tool that was chosen is chosen anew
         }
         ASSERT_NO_FATAL_FAILURE(choose(row));
         // A click has nothing to show before its end; of the others the outline is the picture.
