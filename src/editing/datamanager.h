@@ -96,6 +96,8 @@ public:
     void freqUnitEvent(EventId id, const int32_t& unit) override;
     void freqScaleEvent(EventId id, const int32_t& scale) override;
     void layerRootEvent(EventId, const LayerRoot& root) override;
+    void historyActivateEvent(EventId, const int32_t&) override { m_desk.statesChanged(); }
+    void historyRecordEvent(EventId, const HistoryEntry&) override { m_desk.statesChanged(); }
     void layerEvent(EventId id, const ILayerPtr& layer) override;
     void areaEvent(EventId, const Area& area) override;
     void selectionEvent(EventId, const Selection& selection) override;

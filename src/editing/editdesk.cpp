@@ -19,6 +19,17 @@ int64_t bufferMB()
     return isNumber ? size : defaultBufferMB;
 }
 
+// Other ones when its samples, or the mix of a group, have changed.
+std::vector<int64_t> timesOf(const ILayerPtr& layer)
+{
+    std::vector<int64_t> times{layer->contentTime()};
+    for (const ILayerPtr& below : layer->children(ChildrenAll)) {
+        times.push_back(below->contentTime());
+        times.push_back(below->propertiesTime());
+    }
+    return times;
+}
+
 // Only what differs: setting a property stamps the layer.
 void restore(Layer& layer, const LayerHeader& old)
 {
@@ -45,6 +56,9 @@ EditDesk::Action::Action(EditDesk& desk) : m_desk(desk), m_runs(!desk.m_busy)
         return;
     desk.m_busy = true;
     desk.m_actionTime = nextTimeStamp();
+    desk.m_known = desk.tree(); // what others have done to it they have told themselves
+    desk.dropBuffers();
+    desk.forgetStaleFrames();
 }
 
 EditDesk::Action::~Action()
@@ -101,26 +115,49 @@ bool EditDesk::hasProject() const
 
 std::shared_ptr<SpectralBuffer> EditDesk::spectralBufferFor(const ILayerPtr& layer)
 {
-    std::shared_ptr<SpectralBuffer>& buffer = m_buffers[layer];
-    if (!buffer) {
-        buffer = std::make_shared<SpectralBuffer>();
-        buffer->setBufferSizeMB(layer == activeLayer() ? bufferMB() : 0);
-        buffer->setLayer(layer);
-        buffer->setSettings(m_state.transform);
+    Frames& frames = m_buffers[layer];
+    if (!frames.buffer) {
+        frames.buffer = std::make_shared<SpectralBuffer>();
+        frames.buffer->setBufferSizeMB(layer == activeLayer() ? bufferMB() : 0);
+        frames.buffer->setLayer(layer);
+        frames.buffer->setSettings(m_state.transform);
+        frames.times = timesOf(layer);
     }
-    return buffer;
+    return frames.buffer;
+}
+
+void EditDesk::dropBuffers()
+{
+    for (auto it = m_buffers.begin(); it != m_buffers.end();)
+        it = m_known.contains(it.key()) ? std::next(it) : m_buffers.erase(it);
+}
+
+void EditDesk::forgetStaleFrames()
+{
+    for (auto it = m_buffers.begin(); it != m_buffers.end(); ++it) {
+        std::vector<int64_t> times = timesOf(it.key());
+        if (times == it->times)
+            continue;
+        (void)it->buffer->release(); // nothing waits in it between two actions
+        it->times = std::move(times);
+    }
 }
 
 void EditDesk::releaseBuffers()
 {
-    for (const auto& buffer : qAsConst(m_buffers))
-        (void)buffer->release(); // the layer remembers what failed
+    for (Frames& frames : m_buffers)
+        (void)frames.buffer->release(); // the layer remembers what failed
+    for (auto it = m_buffers.begin(); it != m_buffers.end(); ++it)
+        it->times = timesOf(it.key());
 }
 
 void EditDesk::commitBuffers()
 {
-    for (const auto& buffer : qAsConst(m_buffers))
-        (void)buffer->commit();
+    for (auto it = m_buffers.begin(); it != m_buffers.end(); ++it) {
+        const bool isFresh = it->times == timesOf(it.key()); // nobody has written samples beside it
+        (void)(isFresh ? it->buffer->commit() : it->buffer->release());
+        it->times = timesOf(it.key());
+    }
 }
 
 // Only the active layer is worked on frame by frame for long.
@@ -128,7 +165,7 @@ void EditDesk::limitBuffers()
 {
     const ILayerPtr active = activeLayer();
     for (auto it = m_buffers.begin(); it != m_buffers.end(); ++it)
-        it.value()->setBufferSizeMB(it.key() == active ? bufferMB() : 0);
+        it->buffer->setBufferSizeMB(it.key() == active ? bufferMB() : 0);
 }
 
 // --- what the bus tells ----------------------------------------------------------------------------
@@ -144,8 +181,7 @@ void EditDesk::rootChanged(const LayerRoot& root)
     m_state.root = root;
     Q_EMIT changed();
     m_known = tree();
-    for (auto it = m_buffers.begin(); it != m_buffers.end();)
-        it = m_known.contains(it.key()) ? std::next(it) : m_buffers.erase(it);
+    dropBuffers();
     limitBuffers();
     const ILayerPtr owner = root.layer(RootProject);
     if (owner == m_owner.lock())
@@ -196,8 +232,8 @@ void EditDesk::transformChanged(const TransformSettings& settings)
 {
     m_state.transform = std::make_shared<const Transform>(settings);
     m_state.convert.settings = settings;
-    for (const auto& buffer : qAsConst(m_buffers))
-        buffer->setSettings(m_state.transform);
+    for (const Frames& frames : qAsConst(m_buffers))
+        frames.buffer->setSettings(m_state.transform);
     Q_EMIT changed();
 }
 
@@ -253,8 +289,7 @@ void EditDesk::tellTree()
         return;
     m_known = now;
     m_modified = true;
-    for (auto it = m_buffers.begin(); it != m_buffers.end();)
-        it = now.contains(it.key()) ? std::next(it) : m_buffers.erase(it);
+    dropBuffers();
     postEvent(m_listener, EventId::LayerRootChange, *m_state.root, m_listener);
 }
 

@@ -13,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include <QMap>
 #include <QObject>
@@ -134,6 +135,8 @@ public:
     void selectionChanged(const Selection& selection);
     void transformChanged(const TransformSettings& settings);
     void activeChanged();
+    // Others have recorded or moved to a state: nothing of ours is open any more.
+    void statesChanged() { m_modified = false; }
 
 Q_SIGNALS:
     void selectionEnabled(bool enabled);
@@ -146,6 +149,9 @@ Q_SIGNALS:
 
 private:
     void limitBuffers();
+    // Of layers that are gone; and what others have changed since is no longer what the frames tell.
+    void dropBuffers();
+    void forgetStaleFrames();
     void commitBuffers();
     void tellContents();
     void tellTree();
@@ -166,5 +172,10 @@ private:
     std::weak_ptr<ILayer> m_owner;
     // Of projects that are open, by their group of layers.
     std::map<std::weak_ptr<ILayer>, Memory, std::owner_less<std::weak_ptr<ILayer>>> m_memories;
-    QHash<ILayerPtr, std::shared_ptr<SpectralBuffer>> m_buffers;
+    struct Frames
+    {
+        std::shared_ptr<SpectralBuffer> buffer;
+        std::vector<int64_t> times; // of the layer and those below it, when the frames were theirs
+    };
+    QHash<ILayerPtr, Frames> m_buffers;
 };

@@ -28,6 +28,7 @@ void ProcessRunner::execute(IProcessPlugin& plugin, const QString& name)
     QString cause;
     const std::optional<bool> recorded = callPlugin(cause, [&] { return plugin.execute(name); });
     plugin.context.progress = nullptr;
+    plugin.context.activeLayer.reset(); // whose project may be closed before the next call
     Q_EMIT stopRequested();
     if (!recorded) {
         qWarning().noquote() << "process" << name << "failed:" << cause;

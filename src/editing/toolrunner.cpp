@@ -120,6 +120,7 @@ bool ToolRunner::hook(IToolPlugin& plugin, void (IToolPlugin::*function)())
         (plugin.*function)();
         return true;
     });
+    plugin.context.activeLayer.reset(); // whose project may be closed before the next call
     if (!done)
         qWarning().noquote() << "tool" << nameOf(plugin) << "failed:" << cause;
     return done.has_value();
@@ -199,6 +200,7 @@ void ToolRunner::execute(uint32_t flags)
         });
     }
     plugin->context.progress = nullptr;
+    plugin->context.activeLayer.reset();
     if (!recorded) {
         fail(mark, cause);
     } else {

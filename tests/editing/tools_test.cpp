@@ -225,6 +225,104 @@ TEST(Tools, FramesThatAToolHasChangedAreWrittenWhenItReturns)
     EXPECT_EQ(dataOf(*layer), samples);
 }
 
+TEST(Tools, FramesAreReadAnewBehindAnUndoAndBehindWhatOthersWrote)
+{
+    EditSession session;
+    const auto samples = noise(20000, 1);
+    const LayerPtr layer = session.begin(samples);
+    TestTool tool;
+    activate(tool);
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) {
+        const auto frames = session.data.desk().spectralBufferFor(layer);
+        for (int bin = 40; bin < 60; ++bin) {
+            const auto value = frames->getBin(100, 0, bin);
+            frames->setBin(100, 0, bin, {value.re / 2, value.im / 2});
+        }
+        return true;
+    };
+    moveMouse(1);
+    const auto halved = dataOf(*layer);
+    EXPECT_GT(differenceDb(halved, samples), -60);
+    session.history.undo();
+    EXPECT_EQ(dataOf(*layer), samples);
+    moveMouse(2);
+    EXPECT_EQ(dataOf(*layer), halved) << "half of what is there again, not of what was";
+
+    // Samples written beside the frames, by somebody who records it and by the tool itself.
+    const auto write = [&] { EXPECT_TRUE(layer->write(samples.data(), {0, 20000}, 0, true)); };
+    write();
+    session.record("Write");
+    moveMouse(3);
+    EXPECT_EQ(dataOf(*layer), halved);
+    const auto halve = std::exchange(tool.act, [&](QCursor&, QPainterPath&, QList<ToolControl>&) {
+        (void)session.data.desk().spectralBufferFor(layer)->getBin(100, 0, 50);
+        write();
+        return true;
+    });
+    moveMouse(4);
+    tool.act = halve;
+    moveMouse(5);
+    EXPECT_EQ(dataOf(*layer), halved);
+}
+
+TEST(Tools, AHoverBehindAnotherOnesStepIsNoEdit)
+{
+    EditSession session;
+    const LayerPtr layer = session.begin(noise(20000, 1));
+    TestTool tool;
+    activate(tool);
+    moveMouse(1);
+    EXPECT_TRUE(session.project().layers()->appendChild(Layer::create(session.project().format())));
+    postEvent<ILayerPtr>(nullptr, EventId::LayerContentUpdate, session.project().layers(), nullptr);
+    session.record("New Layer");
+    moveMouse(2);
+    session.history.undo();
+    moveMouse(3);
+    tool.act = [](QCursor&, QPainterPath&, QList<ToolControl>&) { return true; }; // and changes nothing
+    moveMouse(4);
+    EXPECT_EQ(session.rows(), (QStringList{"New", "New Layer"})) << "the step can be made again";
+}
+
+TEST(Tools, AnUndoTakesAnEditWithoutALabelAlongAndNothingIsOpenAnyMore)
+{
+    EditSession session;
+    const LayerPtr layer = session.begin(noise(20000, 1));
+    touch(layer);
+    session.record("Touch");
+    TestTool tool;
+    activate(tool);
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) {
+        touch(layer);
+        return false;
+    };
+    moveMouse(1);
+    session.history.undo();
+    tool.act = [](QCursor&, QPainterPath&, QList<ToolControl>&) { return true; };
+    moveMouse(2);
+    EXPECT_EQ(session.rows(), (QStringList{"New", "Touch"}));
+}
+
+TEST(Tools, NoLayerIsHeldBetweenTwoCalls)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    TestTool tool;
+    tool.changing = [&] { EXPECT_TRUE(tool.context.activeLayer); };
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) {
+        EXPECT_TRUE(tool.context.activeLayer);
+        return false;
+    };
+    activate(tool);
+    EXPECT_FALSE(tool.context.activeLayer);
+    moveMouse(1);
+    EXPECT_EQ(tool.calls, 1);
+    EXPECT_FALSE(tool.context.activeLayer);
+    TestProcess process;
+    process.act = [&](const QString&) { return bool(process.context.activeLayer); };
+    session.data.executeProcess(&process, QStringLiteral("Test"));
+    EXPECT_FALSE(process.context.activeLayer);
+}
+
 TEST(Tools, CursorOutlineAndControlsAreToldWhenTheyAreOtherOnes)
 {
     EditSession session;
