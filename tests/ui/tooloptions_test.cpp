@@ -351,7 +351,7 @@ TEST_F(ToolOptions, WithoutAMouseAToolIsChosenAndASelectionTyped)
     QTest::keyClick(m_window.get(), Qt::Key_I);
     EXPECT_TRUE(button("Cursor Selection")->isChecked());
     // The marquee has no key of its own: to the bar of the tools, and along it.
-    const auto focusIn = [this](const QWidget* area) {
+    const auto focusIn = [](const QWidget* area) {
         for (int i = 0; i < 12 && !area->isAncestorOf(QApplication::focusWidget()); ++i)
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_F6);
         return area->isAncestorOf(QApplication::focusWidget());
