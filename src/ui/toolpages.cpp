@@ -69,10 +69,12 @@ QWidget* makeZoomPage(QWidget* parent)
         qBound(0, QCoreApplication::instance()->property("zoommode").toInt(), modes->count() - 1));
     modes->setProperty("factory", factory("zoommode", 0).toInt());
     label->setBuddy(modes);
-    QObject::connect(modes, QOverload<int>::of(&QComboBox::activated), page, [](int mode) {
+    QObject::connect(modes, QOverload<int>::of(&QComboBox::activated), page, [page](int mode) {
         store("zoommode", mode);
-        // The views take the mode over when the tool is chosen.
-        postEvent(nullptr, EventId::ToolZoomActivate, nullptr);
+        // The views take the mode over when the tool is chosen. A mode that is set back behind the page of
+        // another tool waits for that; the other tool stays.
+        if (page->isVisibleTo(page->parentWidget()))
+            postEvent(nullptr, EventId::ToolZoomActivate, nullptr);
     });
     row->addWidget(label);
     row->addWidget(modes);

@@ -149,6 +149,28 @@ TEST_F(ToolResetTest, TheOptionsOfTheBuiltInToolsAreThoseOfTheFactory)
     EXPECT_TRUE(action("toolszoom").isChecked()) << "the chosen tool stays";
 }
 
+TEST_F(ToolResetTest, TheModeOfZoomGoesBackAndTheToolThatIsChosenStays)
+{
+    showWith({QStringLiteral("selectmarquee")});
+    open();
+    action("toolszoom").trigger();
+    auto* modes = page()->findChild<QComboBox*>();
+    modes->setFocus();
+    QTest::keyClick(modes, Qt::Key_Down);
+    ASSERT_EQ(modes->currentText(), QStringLiteral("Click Out"));
+    ASSERT_EQ(qApp->property("zoommode").toInt(), 1);
+    QToolButton* marquee = button("Marquee Selection");
+    marquee->click();
+    action("toolsreset").trigger();
+    EXPECT_EQ(modes->currentIndex(), 0);
+    EXPECT_EQ(qApp->property("zoommode").toInt(), 0);
+    EXPECT_TRUE(marquee->isChecked());
+    EXPECT_FALSE(action("toolszoom").isChecked());
+    EXPECT_FALSE(page()->isAncestorOf(modes)) << "the options of the chosen tool";
+    EXPECT_EQ(qApp->property("defaulttool").toInt(), int(EventId::ToolPluginActivate));
+    EXPECT_EQ(qApp->property("defaulttoolplugin").toString(), QStringLiteral("Marquee Selection"));
+}
+
 TEST_F(ToolResetTest, OptionsAndModesOfPluginsAreThoseThatTheyBegan)
 {
     showWith(
