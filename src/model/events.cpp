@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <deque>
+#include <exception>
 #include <typeindex>
 #include <vector>
 
@@ -159,7 +160,7 @@ struct Bus
     std::ptrdiff_t index = -1;
 
     void remove(IEvent* listener);
-    void deliver(const Pending& event);
+    void deliver(const Pending& event, std::exception_ptr& thrown);
     void drain();
 };
 
@@ -188,39 +189,47 @@ void Bus::remove(IEvent* listener)
                 calls.end());
 }
 
+// Keeps what a call throws; of several, the first.
+template<class Function>
+void guarded(std::exception_ptr& thrown, const Function& call)
+{
+    try {
+        call();
+    } catch (...) {
+        if (!thrown)
+            thrown = std::current_exception();
+    }
+}
+
 // The list may grow and shrink under the loop.
-void Bus::deliver(const Pending& event)
+void Bus::deliver(const Pending& event, std::exception_ptr& thrown)
 {
     for (index = 0; index < std::ptrdiff_t(listeners.size()); ++index) {
         IEvent* listener = listeners[std::size_t(index)];
         if (listener != event.skip)
-            event.event->deliver(*listener, event.id, event.payload);
+            guarded(thrown, [&] { event.event->deliver(*listener, event.id, event.payload); });
     }
 }
 
 // The head stays in the queue while it is delivered: that is how a post from a handler sees that it
-// has to wait. It leaves it also when a handler throws.
+// has to wait. A handler that throws takes nothing from the others: what it has thrown goes to the poster
+// when nothing waits any more, as an event left behind would keep all later ones waiting.
 void Bus::drain()
 {
-    struct Remove
-    {
-        Bus& bus;
-        std::ptrdiff_t before;
-        ~Remove()
-        {
-            bus.pending.pop_front();
-            bus.index = before;
-        }
-    };
+    std::exception_ptr thrown;
     while (!pending.empty()) {
-        const Remove remove{*this, index};
-        deliver(pending.front());
+        const std::ptrdiff_t before = index;
+        deliver(pending.front(), thrown);
+        pending.pop_front();
+        index = before;
     }
     while (!calls.empty()) {
         const Call call = std::move(calls.front());
         calls.pop_front();
-        call.function(); // may post
+        guarded(thrown, call.function); // may post
     }
+    if (thrown)
+        std::rethrow_exception(thrown);
 }
 
 template<class Payload>

@@ -397,6 +397,28 @@ TEST(Events, AThrowingHandlerDoesNotBlockTheBus)
     EXPECT_THAT(b.arrivals, ElementsAre(Arrival{34, 57}));
 }
 
+TEST(Events, WhatWaitsBehindAHandlerThatThrowsIsDeliveredAllTheSame)
+{
+    auto a = std::make_unique<Recorder>();
+    Recorder b;
+    int called = 0;
+    a->handler = [&](int id) {
+        if (id != int(EventId::ToolPanActivate))
+            return;
+        postEvent(nullptr, EventId::ToolZoomActivate, nullptr);
+        callWhenDelivered(&b, [&] { ++called; });
+        throw std::runtime_error("first");
+    };
+    EXPECT_THROW(postEvent(nullptr, EventId::ToolPanActivate, nullptr), std::runtime_error);
+    EXPECT_EQ(called, 1);
+    ASSERT_EQ(b.arrivals.size(), 2U) << "it is not the others' fault";
+    EXPECT_EQ(b.arrivals[0].id, int(EventId::ToolPanActivate));
+    EXPECT_EQ(b.arrivals[1].id, int(EventId::ToolZoomActivate));
+    a.reset();
+    postEvent(nullptr, EventId::ToolDisplaceActivate, nullptr);
+    EXPECT_EQ(b.arrivals.size(), 3U) << "nor is the bus blocked";
+}
+
 TEST(Events, ListenersHaveNames)
 {
     auto a = std::make_unique<Recorder>(QStringLiteral("panel"));
