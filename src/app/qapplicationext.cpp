@@ -1,7 +1,9 @@
 #include "app/qapplicationext.h"
 
+#include "plugins/plugincall.h"
 #include "ui/sessionrecords.h"
 
+#include <QDebug>
 #include <QFileInfo>
 #include <QFileOpenEvent>
 #include <QKeyEvent>
@@ -22,7 +24,14 @@ bool QApplicationExt::notify(QObject* receiver, QEvent* event)
             Q_EMIT keyboardModifiersChanged(modifiers);
         }
     }
-    return QApplication::notify(receiver, event);
+    // Asked now, as the receiver may be gone afterwards; the name itself is static.
+    const char* const name = receiver->metaObject()->className();
+    QString cause;
+    const auto handled = callPlugin(cause, [&] { return QApplication::notify(receiver, event); });
+    if (!handled)
+        qWarning().noquote().nospace() << "exception in an object of class " << name << ": "
+                                       << (cause.isEmpty() ? QStringLiteral("of unknown type") : cause);
+    return handled.value_or(true);
 }
 
 bool QApplicationExt::event(QEvent* event)

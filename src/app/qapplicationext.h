@@ -19,6 +19,8 @@ public:
     [[nodiscard]] const QString& parentName() const { return m_parentName; }
     [[nodiscard]] const QString& serverName() const { return m_serverName; }
 
+    // In all threads. An exception that leaves a receiver, such as one of a slot in a plug-in's own widgets,
+    // ends here: the log names the receiver's class and the cause, and the event counts as handled.
     bool notify(QObject* receiver, QEvent* event) override;
 
 Q_SIGNALS:

@@ -14,9 +14,13 @@
 #include <QFileOpenEvent>
 #include <QFontDatabase>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QRegularExpression>
+#include <QSpinBox>
 #include <QSurfaceFormat>
 #include <QTranslator>
+
+#include <stdexcept>
 
 namespace {
 
@@ -183,6 +187,48 @@ TEST(Application, knowsWhetherAPenIsNear)
     EXPECT_TRUE(qApp->property("tabletproximity").toBool());
     QCoreApplication::sendEvent(qApp, &leave);
     EXPECT_FALSE(qApp->property("tabletproximity").toBool());
+}
+
+TEST(Application, anExceptionThatLeavesASlotIsToldAndTheProgramGoesOn)
+{
+    QSpinBox option;
+    int heard = 0;
+    QObject::connect(&option, QOverload<int>::of(&QSpinBox::valueChanged), [&](int value) {
+        ++heard;
+        if (value == 1)
+            throw std::runtime_error("no such value");
+        if (value == 2)
+            throw value;
+    });
+    QSpinBox bystander;
+    QKeyEvent up(QEvent::KeyPress, Qt::Key_Up, Qt::NoModifier);
+    testsupport::expectWarning(QStringLiteral("exception in an object of class QSpinBox: no such value"));
+    EXPECT_TRUE(QCoreApplication::sendEvent(&option, &up));
+    testsupport::expectWarning(QStringLiteral("exception in an object of class QSpinBox: of unknown type"));
+    QMetaObject::invokeMethod(
+        &option, [&] { option.stepUp(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &bystander, [&] { bystander.stepUp(); }, Qt::QueuedConnection);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(bystander.value(), 1) << "what comes behind it is delivered";
+    EXPECT_TRUE(QCoreApplication::sendEvent(&option, &up));
+    EXPECT_EQ(option.value(), 3);
+    EXPECT_EQ(heard, 3);
+}
+
+TEST(Application, aReceiverThatIsGoneWhenItsExceptionArrivesIsNamedAllTheSame)
+{
+    struct Short : QLabel
+    {
+        bool event(QEvent*) override
+        {
+            delete this;
+            throw std::runtime_error("gone");
+        }
+    };
+    QEvent event(QEvent::User);
+    testsupport::expectWarning(QStringLiteral("exception in an object of class QLabel: gone"));
+    QCoreApplication::sendEvent(new Short, &event);
 }
 
 TEST(KeyFilter, aKeyForwardedThirtyMillisecondsAfterTheWindowSawItIsDropped)
