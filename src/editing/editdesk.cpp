@@ -7,6 +7,8 @@
 #include <QCoreApplication>
 #include <QVariant>
 
+#include <utility>
+
 namespace {
 
 constexpr int64_t defaultBufferMB = 300;
@@ -307,7 +309,7 @@ void EditDesk::tellSelection()
     Q_EMIT selectionEnabled(!m_state.selection.isEmpty());
 }
 
-void EditDesk::rollBack(const QString& label, const QString& words)
+void EditDesk::rollBack(const QString& label, const QString& words, Show box)
 {
     m_state.selection = m_told;
     for (const ILayerPtr& layer : tree()) {
@@ -322,10 +324,22 @@ void EditDesk::rollBack(const QString& label, const QString& words)
         postEvent<ILayerPtr>(m_listener, EventId::LayerContentUpdate, layer, m_listener);
     }
     releaseBuffers();
-    messages::critical(m_window, label, tr("The last action could not be stored and was taken back."), words);
+    const auto show = [this, label, words] {
+        messages::critical(m_window, label, tr("The last action could not be stored and was taken back."),
+                           words);
+    };
+    if (box == Show::AtOnce)
+        return show();
+    if (std::exchange(m_boxWaits, true))
+        return;
+    const auto showLater = [this, show] {
+        m_boxWaits = false;
+        show();
+    };
+    QMetaObject::invokeMethod(this, showLater, Qt::QueuedConnection);
 }
 
-bool EditDesk::rollBackFailed(const QString& label)
+bool EditDesk::rollBackFailed(const QString& label, Show box)
 {
     commitBuffers();
     QString words;
@@ -334,7 +348,7 @@ bool EditDesk::rollBackFailed(const QString& label)
         if (const auto stored = std::dynamic_pointer_cast<Layer>(layer))
             failed = stored->takeStorageError(failed ? nullptr : &words) || failed;
     if (failed)
-        rollBack(label, words);
+        rollBack(label, words, box);
     return failed;
 }
 

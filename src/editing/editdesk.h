@@ -91,10 +91,16 @@ public:
     // The next labelled commit() records a state even if nothing seems to have changed.
     void markModified() { m_modified = true; }
     // Takes what the Action has done to samples and selection back, and shows one box, titled `label`,
-    // with `words` (folder and cause). No state is recorded.
-    void rollBack(const QString& label, const QString& words);
+    // with `words` (folder and cause). No state is recorded. Commands that the bus delivers show the box
+    // Later: as soon as the event loop runs, and one for all that fail until then. An event loop in the
+    // midst of a delivery would leave every event waiting until the box is closed.
+    enum class Show {
+        AtOnce,
+        Later,
+    };
+    void rollBack(const QString& label, const QString& words, Show box = Show::AtOnce);
     // Writes pending frames; true when that or something before it could not be stored, and was rolled back.
-    bool rollBackFailed(const QString& label);
+    bool rollBackFailed(const QString& label, Show box = Show::AtOnce);
     // A box that names a plug-in and tells that its work was taken back, shown as soon as the event loop
     // runs, so that nobody waits for it in the midst of a delivery.
     void tellFailure(const QString& title, const QString& plugin, const QString& cause);
@@ -166,6 +172,7 @@ private:
     std::unique_ptr<PluginDocument> m_document;
     bool m_busy = false;
     bool m_modified = false;
+    bool m_boxWaits = false; // the one of rollBack()
     int64_t m_actionTime = 0;
     Selection m_told;         // as everybody knows it
     QList<ILayerPtr> m_known; // the tree as everybody knows it

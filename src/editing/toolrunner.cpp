@@ -205,7 +205,7 @@ void ToolRunner::execute(uint32_t flags)
         fail(mark, cause);
     } else {
         const int64_t position = plugin->context.transportPosition;
-        if (!m_desk.rollBackFailed(label)) {
+        if (!m_desk.rollBackFailed(label, EditDesk::Show::Later)) {
             m_desk.commit(*recorded ? label : QString(), icon);
             if (position != m_desk.state().transportPosition)
                 m_desk.moveTransport(position);

@@ -433,6 +433,58 @@ TEST(Tools, OneThatThrowsIsToldTakenBackAndLaidDown)
     EXPECT_TRUE(dataOf(*layer) == samples);
 }
 
+TEST(Tools, WhatCouldNotBeStoredIsTakenBackAtOnceAndToldWhenTheDeliveryIsOver)
+{
+    EditSession session;
+    const auto samples = noise(20000, 1);
+    const LayerPtr layer = session.begin(samples);
+    TestTool tool;
+    activate(tool);
+    tool.act = [&](QCursor&, QPainterPath&, QList<ToolControl>&) {
+        const float one = 1;
+        (void)layer->write(&one, {5, 1}, 0, true);
+        const std::vector<float> more = noise(200000, 2);
+        (void)layer->write(more.data(), {100, int64_t(more.size())}, 0, true);
+        return true;
+    };
+    int boxes = 0;
+    messages::setAnswerer([&](const messages::Box& box) {
+        ++boxes;
+        EXPECT_EQ(box.icon, QMessageBox::Critical);
+        EXPECT_EQ(box.title, QStringLiteral("Test Tool"));
+        EXPECT_EQ(box.text, QStringLiteral("The last action could not be stored and was taken back."));
+        EXPECT_TRUE(box.informative.contains(sessionFolder())) << box.informative.toStdString();
+        // While the user reads it, everybody hears what happens.
+        Ear ear;
+        postEvent(nullptr, EventId::TransportPositionChange, int64_t(boxes), nullptr);
+        EXPECT_EQ(ear.position, boxes);
+        return QMessageBox::Ok;
+    });
+    {
+        const DiskLimit limit(100000);
+        for (int x = 1; x <= 3; ++x) {
+            session.owner.updated.clear();
+            moveMouse(x);
+            EXPECT_EQ(tool.calls, x) << "it stays the chosen one";
+            EXPECT_EQ(boxes, 0) << "not in the midst of a delivery";
+            EXPECT_TRUE(session.owner.updated.contains(layer)) << "views draw what was taken back";
+            EXPECT_TRUE(dataOf(*layer) == samples);
+            EXPECT_FALSE(session.data.isBusy());
+        }
+    }
+    ASSERT_TRUE(testsupport::waitFor([&] { return boxes > 0; }));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(boxes, 1) << "one for a stroke";
+    EXPECT_EQ(session.rows(), QStringList("New"));
+    moveMouse(4); // there is room again
+    EXPECT_EQ(session.rows(), (QStringList{"New", "Test Tool"}));
+    {
+        const DiskLimit limit(100000);
+        session.data.executeTool();
+    }
+    ASSERT_TRUE(testsupport::waitFor([&] { return boxes > 1; })) << "and the next one is told again";
+}
+
 TEST(Tools, ThoseChosenAndLeftAreToldSoWithTheDocumentAtHand)
 {
     EditSession session;
