@@ -42,6 +42,12 @@ LayerPtr groupBefore(const ILayerPtr& layer)
     return group ? group->backup() : nullptr;
 }
 
+// A layer whose record is an image of samples; null for all others, whose records need no room.
+LayerPtr withSamples(const ILayerPtr& layer)
+{
+    return layer->type() == LayerTypeLayer ? std::dynamic_pointer_cast<Layer>(layer) : nullptr;
+}
+
 bool isSameList(const QList<HistoryEntry>& a, const QList<HistoryEntry>& b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
@@ -240,22 +246,36 @@ void History::record(const HistoryEntry& request)
     showStates(kept, kept.size() - 1);
 }
 
+// All images first, as those alone may find no room: until the last one stands, each layer keeps what takes
+// it back.
 bool History::recordLayers(HistoryEntry& entry)
 {
     const QList<ILayerPtr> changed = changedLayers();
     m_words.clear();
-    for (int i = 0; i < changed.size(); ++i) {
-        const bool incomplete = takeError(changed[i], &m_words);
-        const LayerRecord layerRecord = incomplete ? LayerRecord() : changed[i]->commitRecord();
-        if (layerRecord.isEmpty()) {
-            takeError(changed[i], &m_words);
-            takeBackAction(entry.layerRecords, changed.mid(i));
+    QHash<ILayerPtr, LayerRecord> prepared;
+    for (const ILayerPtr& layer : changed) {
+        const bool incomplete = takeError(layer, &m_words);
+        const LayerPtr stored = withSamples(layer);
+        if (!incomplete && !stored)
+            continue;
+        const LayerRecord record = incomplete ? LayerRecord() : stored->prepareRecord();
+        if (record.isEmpty()) {
+            takeError(layer, &m_words);
+            prepared.clear(); // the samples that come back may need the room of these
+            takeBackAction(changed);
             return false;
         }
-        entry.layerRecords.insert(changed[i], layerRecord);
+        prepared.insert(layer, record);
     }
-    for (const ILayerPtr& layer : changed)
+    for (const ILayerPtr& layer : changed) {
+        LayerRecord record = prepared.value(layer);
+        if (const LayerPtr stored = withSamples(layer))
+            stored->adoptRecord(record);
+        else
+            record = layer->commitRecord();
+        entry.layerRecords.insert(layer, record);
         m_dirty.erase(layer);
+    }
     return true;
 }
 
@@ -282,30 +302,13 @@ void History::showStates(const QList<HistoryEntry>& states, int row)
 
 // --- taking back what no state holds ---------------------------------------------------------------
 
-void History::takeBackAction(const QHash<ILayerPtr, LayerRecord>& committed, const QList<ILayerPtr>& rest)
+void History::takeBackAction(const QList<ILayerPtr>& layers)
 {
-    {
-        const TreeLock lock(committed.keys() + rest);
-        for (auto it = committed.begin(); it != committed.end(); ++it)
-            removeLeavers(it.key(), it.value().before);
-        for (const ILayerPtr& layer : rest)
-            removeLeavers(layer, groupBefore(layer));
-        for (auto it = committed.begin(); it != committed.end(); ++it) {
-            it.key()->applyRecord(it.value(), 0);
-            if (isApplied(it.key(), it.value(), 0)) {
-                m_dirty.erase(it.key());
-            } else if (const auto layer = std::dynamic_pointer_cast<Layer>(it.key())) {
-                qWarning().noquote() << "no space to take the edit of" << layer->name() << "back";
-                layer->takeStorageError();
-                layer->forgetRecord(it.value());
-            }
-        }
-        takeBackLayers(rest);
-    }
+    takeBackLayers(layers);
     HistoryEntry entry;
     recordLists(entry);
     applyLists(entry, 0);
-    refresh(committed.keys() + rest, entry);
+    refresh(layers, entry);
     Q_EMIT storageFailed(m_words);
 }
 

@@ -109,7 +109,7 @@ private:
     void recordLists(HistoryEntry& entry);
     [[nodiscard]] QList<ILayerPtr> changedLayers() const;
     [[nodiscard]] bool isChanged(const ILayerPtr& layer) const;
-    void takeBackAction(const QHash<ILayerPtr, LayerRecord>& committed, const QList<ILayerPtr>& rest);
+    void takeBackAction(const QList<ILayerPtr>& layers);
     bool takeBackLayers(const QList<ILayerPtr>& layers);
     void showStates(const QList<HistoryEntry>& states, int row);
     [[nodiscard]] bool applyLayers(const HistoryEntry& entry, int32_t direction);

@@ -119,6 +119,11 @@ public:
     [[nodiscard]] Range changedRange() const;
     // Records that are applied at present, oldest first.
     [[nodiscard]] QList<LayerRecord> records() const;
+    // commitRecord() of a plain layer in two halves, so that several layers are recorded or none is. The
+    // first makes the images and changes nothing: empty as there. The second one cannot fail; nothing may be
+    // written in between.
+    [[nodiscard]] LayerRecord prepareRecord();
+    void adoptRecord(const LayerRecord& record);
     // For the history, when it lets a state go for good: the record no longer keeps its files alive.
     void forgetRecord(const LayerRecord& record);
     // When the document dies: no record and no before-image is kept any more.

@@ -176,7 +176,7 @@ Range Layer::recordsRange() const
     return all;
 }
 
-LayerRecord Layer::commitRecord()
+LayerRecord Layer::prepareRecord()
 {
     LayerRecord record;
     record.before = backup();
@@ -186,13 +186,23 @@ LayerRecord Layer::commitRecord()
     record.after = copy(changed, false);
     if (!record.after)
         return {};
-    {
-        const WriteLocker locker(m_edit);
-        record.beforeRange = m_backupRange;
-        record.afterRange = m_store.range();
-        renewBackup();
-    }
+    const ReadLocker locker(m_edit);
+    record.beforeRange = m_backupRange;
+    record.afterRange = m_store.range();
+    return record;
+}
+
+void Layer::adoptRecord(const LayerRecord& record)
+{
+    newBackup();
     m_records.append(record);
+}
+
+LayerRecord Layer::commitRecord()
+{
+    const LayerRecord record = prepareRecord();
+    if (!record.isEmpty())
+        adoptRecord(record);
     return record;
 }
 

@@ -404,6 +404,31 @@ TEST_F(HistoryTest, ARecordWithoutRoomTakesTheWholeActionBack)
     EXPECT_EQ(dataOf(*a), ramp(10));
 }
 
+// The first layer's image has room, the second one's has not; and the first one could not grow back.
+TEST_F(HistoryTest, WithoutRoomForTheImageOfOneLayerNoneIsRecordedAndNoneStaysChanged)
+{
+    Session s;
+    const LayerPtr a = s.ground(ramp(10000));
+    const LayerPtr b = s.ground(ramp(20000));
+    for (const LayerPtr& layer : {a, b}) {
+        layer->deleteTime({1000, 8990});
+        Session::tell(layer);
+    }
+    const QStringList rows = s.rows();
+    {
+        const DiskLimit limit(2000);
+        s.record("lost");
+    }
+    ASSERT_EQ(s.words.size(), 1);
+    EXPECT_TRUE(s.words[0].contains(sessionFolder())) << s.words[0].toStdString();
+    EXPECT_EQ(s.rows(), rows);
+    EXPECT_TRUE(dataOf(*a) == ramp(10000));
+    EXPECT_TRUE(dataOf(*b) == ramp(20000));
+    EXPECT_EQ(sessionFiles().size(), 2);
+    s.record("nothing is left of it");
+    EXPECT_TRUE(s.history.states().last().layerRecords.isEmpty());
+}
+
 TEST_F(HistoryTest, AnEditThatCouldNotBeStoredInFullIsNotRecorded)
 {
     Session s;
