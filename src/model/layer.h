@@ -297,6 +297,7 @@ protected:
         Range touched;                            // what is other than before; empty: nothing
         std::vector<SampleStore::Stretch> pieces; // for a file of its own; none: the samples are shifted
         std::unique_ptr<SampleStore> samples;     // the new ones, then the old ones
+        LayerPtr image;                           // for redo: what the record of the change will need
         bool stampsAlways = false;                // also when nothing changes
         int64_t contentTime = 0;                  // of the samples that it was made for
         [[nodiscard]] bool isChange() const { return !touched.isEmpty(); }
@@ -304,7 +305,8 @@ protected:
     [[nodiscard]] TimePlan planTimeChange(TimeChangeKind kind, const Range& range) const;
     // Bytes of samples that have to be moved.
     [[nodiscard]] int64_t workOf(const TimePlan& plan) const;
-    // Keeps old samples for undo and makes the new ones, and changes nothing. False: no room (the storage
+    // Keeps old samples for undo, makes the new ones and their image for the record, and changes nothing, so
+    // that all the room is there before anything changes. False: no room (the storage
     // error is set), or goOn() said no. No lock is held while it is asked.
     [[nodiscard]] bool prepareTimeChange(TimePlan& plan, const SampleStore::Work& goOn);
     // Puts it into effect. The samples must be those that it was made for.
@@ -334,6 +336,11 @@ private:
     void planCrop(TimePlan& plan, const Range& range) const;
     [[nodiscard]] bool keepInParts(const Range& range, const SampleStore::Work& goOn); // without m_edit
     [[nodiscard]] bool rearrange(TimePlan& plan, const SampleStore::Work& goOn) const;
+    // What of the new samples a record has to hold; empty without a backup.
+    [[nodiscard]] Range imageRange(const TimePlan& plan) const;
+    [[nodiscard]] bool keepImage(TimePlan& plan, const SampleStore::Work& goOn) const;
+    // The image of all changes since the last record; null without room.
+    [[nodiscard]] LayerPtr imageOfChanges();
     void exchangeSamples(TimePlan& plan); // with m_edit held exclusively
     void changeTime(TimeChangeKind kind, const Range& range);
     [[nodiscard]] bool setSpan(const Range& target); // setRange with m_edit held exclusively
@@ -343,7 +350,9 @@ private:
                                                          int64_t start,
                                                          const std::function<bool()>& goOn) const;
 
-    SampleStore m_store; // has its own locks; its structure changes only with m_edit held exclusively
+    LayerPtr m_image; // of the changes since the last record, made by a change of time; GUI thread only
+    int64_t m_imageTime = 0; // contentTime() that m_image was made for
+    SampleStore m_store;     // has its own locks; its structure changes only with m_edit held exclusively
     std::atomic<bool> m_enabled;
     std::atomic<bool> m_solo;
     std::atomic<int32_t> m_polarity;

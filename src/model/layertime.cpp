@@ -95,6 +95,7 @@ int64_t Layer::workOf(const TimePlan& plan) const
     int64_t frames = hasBackup() ? plan.touched.intersected(plan.before).length : 0;
     for (const SampleStore::Stretch& piece : plan.pieces)
         frames += std::max<int64_t>(0, piece.from.length);
+    frames += imageRange(plan).length;
     return frames * format().frameBytes();
 }
 
@@ -128,10 +129,32 @@ bool Layer::rearrange(TimePlan& plan, const SampleStore::Work& goOn) const
     return plan.samples->fillFrom(m_store, plan.pieces, goOn);
 }
 
+// An edit before it in the same step is in the record too.
+Range Layer::imageRange(const TimePlan& plan) const
+{
+    return plan.isChange() && hasBackup() ? changedRange().united(plan.touched).intersected(plan.after)
+                                          : Range();
+}
+
+bool Layer::keepImage(TimePlan& plan, const SampleStore::Work& goOn) const
+{
+    const Range image = imageRange(plan);
+    if (image.isEmpty())
+        return true;
+    plan.image = headerCopy(*this);
+    if (!plan.image->m_store.resize(image)) {
+        setStorageError();
+        return false;
+    }
+    const SampleStore& source = plan.samples ? *plan.samples : m_store;
+    const int64_t shift = plan.after.start - source.range().start;
+    return plan.image->m_store.fillFrom(source, {{{image.start - shift, image.length}, image.start}}, goOn);
+}
+
 bool Layer::prepareTimeChange(TimePlan& plan, const SampleStore::Work& goOn)
 {
-    return !plan.isChange() ||
-           (keepInParts(plan.touched.intersected(plan.before), goOn) && rearrange(plan, goOn));
+    return !plan.isChange() || (keepInParts(plan.touched.intersected(plan.before), goOn) &&
+                                rearrange(plan, goOn) && keepImage(plan, goOn));
 }
 
 void Layer::exchangeSamples(TimePlan& plan)
@@ -149,10 +172,12 @@ void Layer::adoptTimeChange(TimePlan& plan)
         if (!keepForUndo(plan.touched)) // has all of it already
             return;
         exchangeSamples(plan);
-    } else if (!plan.stampsAlways) {
-        return;
+        stampContent(); // under the lock: a write that follows is seen by its stamp
+        m_image = std::move(plan.image);
+        m_imageTime = m_contentTime;
+    } else if (plan.stampsAlways) {
+        stampContent();
     }
-    stampContent();
 }
 
 void Layer::changeTime(TimeChangeKind kind, const Range& range)

@@ -104,6 +104,7 @@ void Layer::renewBackup()
         return;
     m_backup = makeBackup();
     m_backupRange = m_store.range();
+    m_image.reset();
     const std::lock_guard locker(m_changedMutex);
     m_changedRange = {};
 }
@@ -176,14 +177,22 @@ Range Layer::recordsRange() const
     return all;
 }
 
+LayerPtr Layer::imageOfChanges()
+{
+    Range changed = changedRange().intersected(m_store.range());
+    if (m_image && m_imageTime == m_contentTime && m_image->m_store.range() == changed)
+        return m_image;
+    m_image.reset(); // its room is needed
+    return copy(changed, false);
+}
+
 LayerRecord Layer::prepareRecord()
 {
     LayerRecord record;
     record.before = backup();
     if (!record.before)
         return {};
-    Range changed = changedRange().intersected(m_store.range());
-    record.after = copy(changed, false);
+    record.after = imageOfChanges();
     if (!record.after)
         return {};
     const ReadLocker locker(m_edit);

@@ -7,10 +7,11 @@
 
 #include <QSet>
 
-// First the old samples are kept for undo and the new ones are written to files of their own, at leisure
-// and with a progress that can cancel; then all layers take over what is theirs at once, under
-// documentLock() for writing. So whoever holds that lock for reading never sees layers that have parted,
-// and a death of the program in between finds every file of the time before. GUI thread.
+// First the old samples are kept for undo, and the new ones and their images for the history are written to
+// files of their own, at leisure and with a progress that can cancel; then all layers take over what is
+// theirs at once, under documentLock() for writing. So whoever holds that lock for reading never sees layers
+// that have parted, and a death of the program in between finds every file of the time before. The record
+// that follows needs no room any more. GUI thread.
 class TimeChange
 {
 public:

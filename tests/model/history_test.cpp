@@ -4,6 +4,7 @@
 
 #include "model/historysession.h"
 #include "model/layerregion.h"
+#include "model/timechange.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -427,6 +428,61 @@ TEST_F(HistoryTest, WithoutRoomForTheImageOfOneLayerNoneIsRecordedAndNoneStaysCh
     EXPECT_EQ(sessionFiles().size(), 2);
     s.record("nothing is left of it");
     EXPECT_TRUE(s.history.states().last().layerRecords.isEmpty());
+}
+
+// Everything that it needs is there before the first layer changes: nothing can fail afterwards.
+TEST_F(HistoryTest, AChangeOfTimeThatWasMadeNeedsNoRoomToBeRecorded)
+{
+    for (const TimeChangeKind kind : {TimeChangeKind::Insert, TimeChangeKind::Delete, TimeChangeKind::Crop})
+        for (const Range& range : {Range{100000, 50000}, Range{0, 120000}, Range{90000, 200000}}) {
+            SCOPED_TRACE(testing::Message() << int(kind) << " " << range.start);
+            Session s;
+            const LayerPtr a = s.ground(ramp(200000));
+            const LayerPtr b = s.ground(layerOf(realFormat(), ramp(150000, 7), 30000));
+            TimeChange change(kind, range);
+            change.add(s.tree());
+            ASSERT_TRUE(change.run({}));
+            const std::vector<float> changedA = dataOf(*a), changedB = dataOf(*b);
+            const Range rangeA = a->dataRange(), rangeB = b->dataRange();
+            Session::tell(a);
+            Session::tell(b);
+            {
+                const DiskLimit limit(100);
+                s.record("time");
+            }
+            EXPECT_THAT(s.words, IsEmpty());
+            EXPECT_EQ(s.rows().last(), QStringLiteral("time"));
+            for (int round = 0; round < 2; ++round) {
+                EXPECT_EQ(s.history.undo(), History::Result::Done);
+                EXPECT_TRUE(dataOf(*a) == ramp(200000));
+                EXPECT_TRUE(dataOf(*b) == ramp(150000, 7));
+                EXPECT_EQ(b->dataRange(), (Range{30000, 150000}));
+                EXPECT_EQ(s.history.redo(), History::Result::Done);
+                EXPECT_TRUE(dataOf(*a) == changedA);
+                EXPECT_TRUE(dataOf(*b) == changedB);
+                EXPECT_EQ(a->dataRange(), rangeA);
+                EXPECT_EQ(b->dataRange(), rangeB);
+            }
+        }
+}
+
+// What is written between the change and its record belongs to the record.
+TEST_F(HistoryTest, AnEditAroundAChangeOfTimeInTheSameStepIsRecordedWithIt)
+{
+    Session s;
+    const LayerPtr a = s.ground(ramp(200000));
+    s.write(a, 5, {70});
+    TimeChange change(TimeChangeKind::Delete, {100000, 50000});
+    change.add(s.tree());
+    ASSERT_TRUE(change.run({}));
+    s.write(a, 120000, {80});
+    const std::vector<float> after = dataOf(*a);
+    EXPECT_EQ(after[120000], 80);
+    s.record();
+    EXPECT_EQ(s.history.undo(), History::Result::Done);
+    EXPECT_TRUE(dataOf(*a) == ramp(200000));
+    EXPECT_EQ(s.history.redo(), History::Result::Done);
+    EXPECT_TRUE(dataOf(*a) == after);
 }
 
 TEST_F(HistoryTest, AnEditThatCouldNotBeStoredInFullIsNotRecorded)

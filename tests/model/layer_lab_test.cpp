@@ -2,6 +2,7 @@
 #include "base/faults.h"
 #include "base/sessionfile.h"
 #include "model/historysession.h"
+#include "model/timechange.h"
 #include "support/smalldisk.h"
 
 #include <gmock/gmock.h>
@@ -91,6 +92,72 @@ TEST_F(LayerLabTest, AnActionOnADiskThatFillsUpIsTakenBackWhole)
         EXPECT_TRUE(dataOf(*layer) == original);
     }
     EXPECT_THAT(files(), testing::IsEmpty());
+}
+
+// As a session whose manifest on the disk still names the files of before.
+class HoldsFiles : public ISessionFileKeeper
+{
+public:
+    HoldsFiles() { SessionFile::setKeeper(this); }
+    ~HoldsFiles() override { SessionFile::setKeeper(nullptr); }
+    void retire(std::unique_ptr<RetiredFile> file) override { m_files.push_back(std::move(file)); }
+    void reclaim() override {}
+
+private:
+    std::vector<std::unique_ptr<RetiredFile>> m_files;
+};
+
+TEST_F(LayerLabTest, AChangeOfTimeIsAStepOfAllLayersOrNothingWhateverRoomThereIs)
+{
+    constexpr int64_t length = 400000; // 1.6 MB
+    const std::vector<float> first = ramp(length), second = ramp(length, 5);
+    int done = 0, refused = 0;
+    for (const TimeChangeKind kind : {TimeChangeKind::Insert, TimeChangeKind::Delete, TimeChangeKind::Crop})
+        for (int64_t left = 0; left < (11 << 20); left += 400000) {
+            SCOPED_TRACE(testing::Message() << int(kind) << " with " << left << " bytes");
+            {
+                const HoldsFiles held;
+                Session s;
+                const LayerPtr a = s.ground(first), b = s.ground(second);
+                fill(left);
+                TimeChange change(kind, {150000, 100000});
+                change.add(s.tree());
+                const bool changed = change.run({});
+                int boxes = 0;
+                if (!changed) {
+                    ASSERT_NE(change.withoutRoom(), nullptr);
+                    boxes += change.withoutRoom()->takeStorageError() ? 1 : 0;
+                }
+                const std::vector<float> afterA = dataOf(*a), afterB = dataOf(*b);
+                if (changed) {
+                    Session::tell(a);
+                    Session::tell(b);
+                    s.record("time");
+                }
+                boxes += s.words.size();
+                makeRoom();
+                if (boxes == 0) {
+                    ++done;
+                    EXPECT_THAT(s.rows(), ElementsAre("New", "time"));
+                    EXPECT_FALSE(afterA == first || afterB == second);
+                    EXPECT_EQ(s.history.undo(), History::Result::Done);
+                } else {
+                    ++refused;
+                    EXPECT_EQ(boxes, 1);
+                    EXPECT_THAT(s.rows(), ElementsAre("New"));
+                }
+                EXPECT_TRUE(dataOf(*a) == first);
+                EXPECT_TRUE(dataOf(*b) == second);
+                if (boxes == 0) {
+                    EXPECT_EQ(s.history.redo(), History::Result::Done);
+                    EXPECT_TRUE(dataOf(*a) == afterA);
+                    EXPECT_TRUE(dataOf(*b) == afterB);
+                }
+            }
+            EXPECT_THAT(files(), testing::IsEmpty());
+        }
+    EXPECT_GT(refused, 15);
+    EXPECT_GT(done, 15);
 }
 
 TEST_F(LayerLabTest, AConversionWithoutRoomLeavesTheTreeAndNoFile)
