@@ -60,6 +60,9 @@ protected:
 public:
     // Sample points in a block of the backup.
     static constexpr int64_t backupBlock = 65536;
+    // Where samples may end at most for project files to keep their place, and for views, which count in
+    // doubles, to show each. No change of time moves samples beyond it.
+    static constexpr int64_t farthestEnd = 1LL << 53;
 
     // An empty layer. `withBackup`: its edits can be undone (a layer of the user's tree).
     [[nodiscard]] static LayerPtr create(const SamplingFormat& format, const LayerHeader& header = {},
@@ -242,6 +245,7 @@ public:
     // room nothing has changed.
     void stretch(double ratio) override;
     void extendTo(Range range) override;
+    // Refused, with a storage error, when the samples would end beyond farthestEnd.
     void insertTime(Range range) override;
     void deleteTime(Range range) override;
     void cropTo(Range range) override;
@@ -299,10 +303,13 @@ protected:
         std::unique_ptr<SampleStore> samples;     // the new ones, then the old ones
         LayerPtr image;                           // for redo: what the record of the change will need
         bool stampsAlways = false;                // also when nothing changes
+        bool isTooFar = false;                    // refused: it would end beyond farthestEnd
         int64_t contentTime = 0;                  // of the samples that it was made for
         [[nodiscard]] bool isChange() const { return !touched.isEmpty(); }
     };
     [[nodiscard]] TimePlan planTimeChange(TimeChangeKind kind, const Range& range) const;
+    // The storage error of a plan that is too far.
+    void setTooFar() const;
     // Bytes of samples that have to be moved.
     [[nodiscard]] int64_t workOf(const TimePlan& plan) const;
     // Keeps old samples for undo, makes the new ones and their image for the record, and changes nothing, so

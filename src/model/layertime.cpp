@@ -1,7 +1,10 @@
 // The part of Layer that moves samples along the time line.
+#include "base/sessionfile.h"
 #include "model/layer.h"
 
 #include <algorithm>
+
+#include <QCoreApplication>
 
 namespace {
 
@@ -28,8 +31,12 @@ Range clipped(const Range& range)
 void Layer::planInsertion(TimePlan& plan, const Range& range) const
 {
     const Range data = plan.before;
-    if (range.start >= data.end() || range.length > maxPosition - data.end())
+    if (range.start >= data.end())
         return;
+    if (range.length > farthestEnd - data.end()) {
+        plan.isTooFar = true;
+        return;
+    }
     plan.touched = span(std::max(range.start, data.start), data.end() + range.length);
     if (range.start <= data.start) {
         plan.after.start += range.length;
@@ -88,6 +95,13 @@ Layer::TimePlan Layer::planTimeChange(TimeChangeKind kind, const Range& range) c
         break;
     }
     return plan;
+}
+
+void Layer::setTooFar() const
+{
+    SessionFile::setLastError(
+        name(), QCoreApplication::translate("Layer", "the samples would lie too far from the start"));
+    setStorageError();
 }
 
 int64_t Layer::workOf(const TimePlan& plan) const
@@ -186,6 +200,8 @@ void Layer::changeTime(TimeChangeKind kind, const Range& range)
     {
         const WriteLocker locker(m_edit);
         plan = planTimeChange(kind, range);
+        if (plan.isTooFar)
+            return setTooFar();
         if (plan.isChange()) {
             if (!keepForUndo(plan.touched) || !rearrange(plan, {}))
                 return;

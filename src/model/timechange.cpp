@@ -25,7 +25,10 @@ void TimeChange::add(const ILayerPtr& layer)
 bool TimeChange::reachesAny() const
 {
     return std::any_of(m_parts.begin(), m_parts.end(), [this](const Part& part) {
-        return part.layer->type() == LayerTypeLayer && part.layer->planTimeChange(m_kind, m_range).isChange();
+        if (part.layer->type() != LayerTypeLayer)
+            return false;
+        const Layer::TimePlan plan = part.layer->planTimeChange(m_kind, m_range);
+        return plan.isChange() || plan.isTooFar;
     });
 }
 
@@ -46,6 +49,11 @@ bool TimeChange::prepare(const Progress& progress)
     int64_t total = 0;
     for (Part& part : m_parts) {
         part.plan = part.layer->planTimeChange(m_kind, m_range);
+        if (part.plan.isTooFar) {
+            part.layer->setTooFar();
+            m_withoutRoom = part.layer;
+            return false;
+        }
         total += part.layer->workOf(part.plan);
     }
     WorkSteps steps(progress, total);

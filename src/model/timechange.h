@@ -21,14 +21,16 @@ public:
     // With everything below it. Each layer changes once, however often it is added.
     void add(const ILayerPtr& layer);
 
-    // Whether a sample of any layer would stand elsewhere afterwards, or nowhere.
+    // Whether a sample of any layer would stand elsewhere afterwards, nowhere, or too far away.
     [[nodiscard]] bool reachesAny() const;
 
-    // False: nothing has changed, as `progress` answered false, there is no room, or something was written
-    // meanwhile. `progress` may run the event loop: no lock is held then.
+    // False: nothing has changed, as `progress` answered false, there is no room, a layer would end beyond
+    // Layer::farthestEnd, or something was written meanwhile. `progress` may run the event loop: no lock is
+    // held then.
     [[nodiscard]] bool run(const Progress& progress);
 
-    // The layer that found no room, whose takeStorageError() has the words; null when it was not that.
+    // The layer that found no room, or would end too far away, whose takeStorageError() has the words; null
+    // when it was not that.
     [[nodiscard]] LayerPtr withoutRoom() const { return m_withoutRoom; }
 
 private:

@@ -12,8 +12,7 @@
 namespace projectfields {
 namespace {
 
-// Sample positions that a double tells exactly, so that views can show them.
-constexpr int64_t maxPosition = 1LL << 53;
+constexpr int64_t maxPosition = Layer::farthestEnd;
 constexpr double highestRate = 1e13; // Hz, as for formats
 
 Number whole(int64_t value)

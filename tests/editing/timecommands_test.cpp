@@ -416,6 +416,22 @@ TEST(TimeCommands, ALengthThatNoDiskHasIsTold)
     EXPECT_EQ(session.boxes.list.size(), 1);
 }
 
+// The layers in front could be moved so far, the last one could not.
+TEST(TimeCommands, ADistanceThatNoFileKeepsIsRefusedForAllLayersAndTold)
+{
+    Layers session;
+    session.layers[0]->setName("near");
+    session.layers[1]->setName("far");
+    session.run(insert, "0", "9007199254700000"); // 2^53 is 9007199254740992
+    EXPECT_EQ(session.rows(), QStringList("New"));
+    EXPECT_EQ(session.ranges(), (std::vector<Range>{{0, 40000}, {10000, 100000}, {60000, 5000}}));
+    EXPECT_EQ(session.samples(), Layers::originals());
+    EXPECT_EQ(session.boxes.words(),
+              QStringList("Insert Time|The last action could not be stored and was taken back."));
+    EXPECT_EQ(session.boxes.list.first().informative,
+              QStringLiteral("far: the samples would lie too far from the start"));
+}
+
 TEST(TimeCommands, OneInWorkKeepsOthersOut)
 {
     Layers session;

@@ -194,6 +194,41 @@ TEST(TimeChange, WithoutRoomForOneLayerNoneChanges)
     EXPECT_NE(huge.withoutRoom(), nullptr);
 }
 
+// What lies further away would come back from a project file at another place.
+TEST(TimeChange, NoLayerIsMovedBeyondWhatFilesKeepAndThenNoneIs)
+{
+    constexpr int64_t farthest = Layer::farthestEnd;
+    for (const int64_t insertion : {farthest - 301000 + 1, farthest, int64_t(1) << 60, int64_t(1) << 61,
+                                    (int64_t(1) << 61) - 250000, std::numeric_limits<int64_t>::max()}) {
+        SCOPED_TRACE(insertion);
+        Tree tree;
+        const auto ranges = tree.ranges();
+        const QStringList files = sessionFiles();
+        // Only the last layer is reached, or all are.
+        for (const int64_t start : {int64_t(200000), int64_t(0)}) {
+            TimeChange work(TimeChangeKind::Insert, {start, insertion});
+            work.add(tree.root);
+            EXPECT_TRUE(work.reachesAny());
+            EXPECT_FALSE(work.run({}));
+            ASSERT_NE(work.withoutRoom(), nullptr);
+            QString words;
+            EXPECT_TRUE(work.withoutRoom()->takeStorageError(&words));
+            EXPECT_TRUE(words.contains(QStringLiteral("too far"))) << words.toStdString();
+        }
+        EXPECT_EQ(tree.ranges(), ranges);
+        EXPECT_EQ(tree.samples(), Tree().samples());
+        EXPECT_EQ(sessionFiles().size(), files.size());
+        for (const LayerPtr& layer : tree.layers)
+            EXPECT_FALSE(layer->takeStorageError());
+    }
+    Tree tree;
+    ASSERT_TRUE(tree.change(TimeChangeKind::Insert, {0, farthest - 301000}));
+    EXPECT_EQ(tree.layers[2]->dataRange().end(), farthest);
+    EXPECT_EQ(tree.layers[1]->dataRange().start - tree.layers[0]->dataRange().start, 70000);
+    EXPECT_FALSE(tree.change(TimeChangeKind::Insert, {0, 1}));
+    EXPECT_TRUE(tree.change(TimeChangeKind::Delete, {0, 1})) << "the way back is free";
+}
+
 TEST(TimeChange, HostileRangesDoNotOverflow)
 {
     constexpr int64_t max = std::numeric_limits<int64_t>::max();
