@@ -4,6 +4,7 @@
 #include "projectfiles/sessionfolder.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 
 #include <QCoreApplication>
@@ -16,7 +17,7 @@ namespace {
 
 constexpr int64_t maxBytes = 64 << 20;     // of a journal that is read
 constexpr int64_t rewriteBytes = 1 << 20;  // below this it may hold what does not count any more
-constexpr int64_t maxPosition = 1LL << 60; // no sum of two of them overflows
+constexpr int64_t maxPosition = 1LL << 60; // no sum of four of them overflows
 constexpr int64_t headBytes = 64 << 10;
 constexpr int64_t piece = 1 << 20;
 
@@ -51,9 +52,9 @@ bool isSamples(const QByteArray& name)
     return SessionFolder::kindOf(QString::fromLatin1(name)) == SessionFolder::Kind::Samples;
 }
 
-bool isPosition(int64_t number)
+bool isPart(int64_t offset, int64_t bytes, int64_t size)
 {
-    return number >= 0 && number <= maxPosition;
+    return offset >= 0 && bytes >= 0 && bytes <= size && offset <= size - bytes;
 }
 
 enum class Outcome { Done, Lost, NotNow };
@@ -95,7 +96,7 @@ Outcome bringBack(Files& files, const GuardedPart& p)
     SessionFile* const image = files.open(p.image, outcome);
     if (!image)
         return outcome;
-    if (p.imageOffset + p.bytes > image->size() || p.offset + p.bytes > file->size()) {
+    if (!isPart(p.imageOffset, p.bytes, image->size()) || !isPart(p.offset, p.bytes, file->size())) {
         SessionFile::setLastError(image->path(), tr("the file is too short"));
         return Outcome::Lost;
     }
@@ -110,16 +111,23 @@ Outcome bringBack(Files& files, const GuardedPart& p)
 
 // --- what is noted ---------------------------------------------------------------------------------
 
-void SessionJournal::note(const Entry& entry)
+void SessionJournal::note(uint64_t generation, const GuardedPart& part)
 {
-    const GuardedPart& p = entry.part;
-    if (!p.image.isEmpty())
-        m_images.insert(p.image);
+    Entry entry{generation, part, nullptr};
+    if (!part.image.isEmpty()) {
+        std::shared_ptr<Image>& image = m_images[part.image];
+        if (!image)
+            image = std::make_shared<Image>(Image{part.image});
+        entry.image = image;
+        entry.part.imageOffset -= image->moved;
+        entry.part.image.clear();
+    }
+    GuardedPart& p = entry.part;
     if (!m_entries.empty()) {
         Entry& last = m_entries.back();
         GuardedPart& q = last.part;
-        const bool isNext = last.generation == entry.generation && q.file == p.file && q.image == p.image &&
-                            !p.image.isEmpty() && p.offset == q.offset + q.bytes &&
+        const bool isNext = last.generation == generation && q.file == p.file && last.image == entry.image &&
+                            entry.image && p.offset == q.offset + q.bytes &&
                             p.imageOffset == q.imageOffset + q.bytes;
         if (isNext) {
             q.bytes += p.bytes;
@@ -127,32 +135,49 @@ void SessionJournal::note(const Entry& entry)
             return;
         }
     }
-    m_entries.push_back(entry);
+    m_entries.push_back(std::move(entry));
 }
 
-void SessionJournal::noteMove(const QString& from, const QString& to, int64_t by)
+// False for what this program does not do: a new image is a new file, and none is larger than a disk.
+bool SessionJournal::noteMove(const QString& from, const QString& to, int64_t by)
 {
-    for (Entry& entry : m_entries)
-        if (entry.part.image == from) {
-            entry.part.image = to;
-            entry.part.imageOffset += by;
-        }
-    collectImages();
+    const auto found = m_images.find(from);
+    if (found == m_images.end())
+        return true;
+    const std::shared_ptr<Image> image = *found;
+    if (std::abs(image->moved + by) > maxPosition || m_images.contains(to))
+        return false;
+    m_images.erase(found);
+    image->name = to;
+    image->moved += by;
+    m_images.insert(to, image);
+    return true;
+}
+
+// May be negative while a write that was refused has made its image shorter again.
+GuardedPart SessionJournal::partNow(const Entry& entry)
+{
+    GuardedPart part = entry.part;
+    if (entry.image) {
+        part.image = entry.image->name;
+        part.imageOffset += entry.image->moved;
+    }
+    return part;
 }
 
 void SessionJournal::collectImages()
 {
     m_images.clear();
     for (const Entry& entry : m_entries)
-        if (!entry.part.image.isEmpty())
-            m_images.insert(entry.part.image);
+        if (entry.image)
+            m_images.insert(entry.image->name, entry.image);
 }
 
 bool SessionJournal::add(uint64_t generation, const GuardedPart& part)
 {
     if (!append(lineOf(generation, part)))
         return false;
-    note({generation, part});
+    note(generation, part);
     return true;
 }
 
@@ -163,7 +188,7 @@ void SessionJournal::imageMoved(const QString& from, const QString& to, int64_t 
     // Without the line the former image is still needed, and is kept.
     if (append(sealed(move + ' ' + from.toLatin1() + ' ' + to.toLatin1() + ' ' +
                       QByteArray::number(qlonglong(by)))))
-        noteMove(from, to, by);
+        static_cast<void>(noteMove(from, to, by));
 }
 
 void SessionJournal::forgetBefore(uint64_t generation)
@@ -220,7 +245,7 @@ void SessionJournal::rewrite()
 {
     QByteArray all;
     for (const Entry& entry : m_entries)
-        all += lineOf(entry.generation, entry.part);
+        all += lineOf(entry.generation, partNow(entry));
     if (all.size() * 2 > m_bytes)
         return;
     const QString fresh = m_path + QLatin1String(".new");
@@ -244,23 +269,21 @@ bool SessionJournal::parse(const QByteArray& line)
         return false;
     const QList<QByteArray> words = line.mid(space + 1).split(' ');
     bool good = true;
-    const auto number = [&](int index) {
+    const auto number = [&](int index, int64_t least = 0) {
         bool isNumber = false;
         const qlonglong value = words[index].toLongLong(&isNumber);
-        good = good && isNumber && isPosition(value);
+        good = good && isNumber && value >= least && value <= maxPosition;
         return int64_t(value);
     };
     if (words[0] == move && words.size() == 4) {
-        const int64_t by = number(3);
-        if (!good || !isSamples(words[1]) || !isSamples(words[2]))
-            return false;
-        noteMove(QString::fromLatin1(words[1]), QString::fromLatin1(words[2]), by);
-        return true;
+        const int64_t by = number(3, -maxPosition);
+        return good && isSamples(words[1]) && isSamples(words[2]) &&
+               noteMove(QString::fromLatin1(words[1]), QString::fromLatin1(words[2]), by);
     }
     if (words[0] != part || words.size() != 8)
         return false;
-    Entry entry{uint64_t(number(1)), {}};
-    GuardedPart& p = entry.part;
+    const auto generation = uint64_t(number(1));
+    GuardedPart p;
     p.file = QString::fromLatin1(words[2]);
     p.fileBytes = number(3);
     p.offset = number(4);
@@ -271,7 +294,7 @@ bool SessionJournal::parse(const QByteArray& line)
     if (!good || !isSamples(words[2]) || (words[5] != noImage && !isSamples(words[5])) ||
         p.offset + p.bytes > p.fileBytes)
         return false;
-    note(entry);
+    note(generation, p);
     return true;
 }
 
@@ -302,7 +325,10 @@ uint64_t SessionJournal::generationOf(const QString& manifest)
     while (!xml.atEnd() && !xml.isStartElement())
         if (xml.readNext() == QXmlStreamReader::DTD)
             return 0;
-    return xml.isStartElement() ? xml.attributes().value(QLatin1String("generation")).toULongLong() : 0;
+    if (!xml.isStartElement())
+        return 0;
+    const uint64_t generation = xml.attributes().value(QLatin1String("generation")).toULongLong();
+    return generation <= uint64_t(maxPosition) ? generation : 0;
 }
 
 SessionJournal::RollBack SessionJournal::rollBack(const QString& manifest)
@@ -317,7 +343,7 @@ SessionJournal::RollBack SessionJournal::rollBack(const QString& manifest)
     for (auto entry = journal.m_entries.rbegin(); entry != journal.m_entries.rend(); ++entry) {
         if (entry->generation < generation)
             continue;
-        const Outcome outcome = bringBack(files, entry->part);
+        const Outcome outcome = bringBack(files, partNow(*entry));
         if (outcome == Outcome::Done || failed.contains(entry->part.file))
             continue;
         const QString words =

@@ -5,9 +5,10 @@
 
 #include <cstdint>
 #include <list>
+#include <memory>
 
 #include <QFile>
-#include <QSet>
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
@@ -39,7 +40,7 @@ public:
 
     // Whether a file holds old samples that a recovery may need.
     [[nodiscard]] bool names(const QString& image) const { return m_images.contains(image); }
-    [[nodiscard]] QSet<QString> images() const { return m_images; }
+    [[nodiscard]] QStringList images() const { return m_images.keys(); }
     [[nodiscard]] const QString& path() const { return m_path; }
     [[nodiscard]] static QString pathOf(const QString& manifest) { return manifest + QLatin1String(".undo"); }
 
@@ -55,14 +56,23 @@ public:
     [[nodiscard]] static RollBack rollBack(const QString& manifest);
 
 private:
+    // A file of old samples. A move changes this alone, however many entries there are.
+    struct Image
+    {
+        QString name;
+        int64_t moved = 0; // bytes; together, since the first entry
+    };
     struct Entry
     {
         uint64_t generation;
-        GuardedPart part;
+        GuardedPart
+            part; // without the image's name, and with the place that it would have in one never moved
+        std::shared_ptr<Image> image; // null: none
     };
 
-    void note(const Entry& entry);
-    void noteMove(const QString& from, const QString& to, int64_t by);
+    void note(uint64_t generation, const GuardedPart& part);
+    [[nodiscard]] bool noteMove(const QString& from, const QString& to, int64_t by);
+    [[nodiscard]] static GuardedPart partNow(const Entry& entry);
     void collectImages();
     [[nodiscard]] bool append(const QByteArray& line);
     void rewrite();
@@ -72,6 +82,6 @@ private:
     QString m_path;
     QFile m_file; // open for writing once there has been an entry
     int64_t m_bytes = 0;
-    std::list<Entry> m_entries; // in order
-    QSet<QString> m_images;
+    std::list<Entry> m_entries;                      // in order
+    QHash<QString, std::shared_ptr<Image>> m_images; // by name
 };

@@ -112,6 +112,12 @@ protected:
         for (const int block : {2, 1, 3, 0, 2})
             ASSERT_TRUE(layer.write(samples.data(), {block * Layer::backupBlock + 65000, 1000}, -1, true));
     }
+    // A line of a journal.
+    static QByteArray sealed(const QByteArray& text)
+    {
+        const QByteArray sum = QByteArray::number(qChecksum(text.constData(), uint(text.size())), 16);
+        return sum.rightJustified(4, '0') + ' ' + text + '\n';
+    }
     void commit(SessionCache& cache, const Project& project)
     {
         ASSERT_FALSE(firstLayer(project)->commitRecord().isEmpty());
@@ -393,10 +399,6 @@ TEST_F(SessionCacheTest, aJournalReachesNothingButSessionFiles)
         testsupport::makeFolder(QStringLiteral("outside")) + QStringLiteral("/layer(1f).pcm");
     writeFile(outside, "the user's");
     ASSERT_TRUE(QFile::link(outside, folder + QStringLiteral("/layer(2f).pcm")));
-    const auto entry = [](const QByteArray& text) {
-        const QByteArray sum = QByteArray::number(qChecksum(text.constData(), uint(text.size())), 16);
-        return sum.rightJustified(4, '0') + ' ' + text + '\n';
-    };
     const QByteArray own = sample.toLatin1();
     int told = 0;
     for (const QByteArray& text :
@@ -405,13 +407,83 @@ TEST_F(SessionCacheTest, aJournalReachesNothingButSessionFiles)
           "part 1 " + own + " 9000000000000000 0 - 0 0", "part 1 " + own + " 4000 3990 layer(3f).pcm 0 100",
           "part 1 " + own + " 4000 -4 " + own + " 0 4", QByteArray("move layer(2f).pcm /etc/passwd 4"),
           "part 1 " + own + " 4000 0 " + own + " 9223372036854775807 4"}) {
-        writeFile(SessionJournal::pathOf(dead), entry(text));
+        writeFile(SessionJournal::pathOf(dead), sealed(text));
         told += SessionJournal::rollBack(dead).lost.size();
         EXPECT_EQ(contentOf(outside), "the user's") << text.constData();
     }
     EXPECT_EQ(told, 3) << "a link as file, a link as image, and a length that no disk has";
     ASSERT_TRUE(QFile::remove(SessionJournal::pathOf(dead)));
     EXPECT_EQ(recovered(dead), ramp(1000));
+}
+
+TEST_F(SessionCacheTest, aHostileJournalsMovesReachNothingOutsideAnImage)
+{
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(1000));
+    ASSERT_TRUE(cache->write(*project));
+    const QByteArray own = QFileInfo(firstLayer(*project)->filePath()).fileName().toLatin1();
+    crash(cache, project);
+    const QByteArray image = "layer(1a).pcm";
+    const QByteArray part = sealed("part 1 " + own + " 4000 0 " + image + " 0 4000");
+    const QByteArray far = QByteArray::number(qlonglong(1) << 60);
+    QByteArray manyMoves = part;
+    for (int i = 0; i < 20; ++i) // 20 * 2^60 is more than 2^64
+        manyMoves += sealed("move layer(" + QByteArray::number(0x1a + i, 16) + ").pcm layer(" +
+                            QByteArray::number(0x1b + i, 16) + ").pcm " + far);
+    const QByteArray back = part + sealed("move " + image + " layer(1b).pcm -4");
+    for (const QByteArray& text :
+         {manyMoves, back, part + sealed("move " + image + " layer(1b).pcm " + far)}) {
+        for (const char* name : {"/layer(1a).pcm", "/layer(1b).pcm", "/layer(2e).pcm"})
+            writeFile(folder + QLatin1String(name), QByteArray(4000, '\1'));
+        writeFile(SessionJournal::pathOf(dead), text);
+        EXPECT_EQ(SessionJournal::rollBack(dead).lost.size(), 1) << text.constData();
+    }
+    ASSERT_TRUE(QFile::remove(SessionJournal::pathOf(dead)));
+    EXPECT_EQ(recovered(dead), ramp(1000));
+    // A write that was refused at its second part takes the image back to what it held before.
+    writeFile(folder + QStringLiteral("/layer(1c).pcm"), QByteArray(4000, '\0'));
+    writeFile(SessionJournal::pathOf(dead), part + sealed("move " + image + " layer(1b).pcm -4") +
+                                                sealed("move layer(1b).pcm layer(1c).pcm 4"));
+    EXPECT_EQ(recovered(dead), std::vector<float>(1000));
+}
+
+TEST_F(SessionCacheTest, aJournalOfManyPartsAndMovesIsReadAtOnce)
+{
+    constexpr int many = 20000;
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(1000));
+    ASSERT_TRUE(cache->write(*project));
+    const QByteArray own = QFileInfo(firstLayer(*project)->filePath()).fileName().toLatin1();
+    crash(cache, project);
+    writeFile(folder + QStringLiteral("/layer(1a).pcm"), QByteArray(4000, '\0'));
+    QByteArray text;
+    for (int i = 0; i < many; ++i)
+        text += sealed("part 1 " + own + " 4000 0 layer(1a).pcm 0 4");
+    for (int i = 0; i < many; ++i)
+        text +=
+            sealed(i % 2 == 0 ? "move layer(1a).pcm layer(1b).pcm 0" : "move layer(1b).pcm layer(1a).pcm 0");
+    for (int i = 0; i < many; ++i)
+        text += sealed("move layer(7" + QByteArray::number(i, 16).rightJustified(5, '0') +
+                       ").pcm layer(7f).pcm 0");
+    writeFile(SessionJournal::pathOf(dead), text);
+    QElapsedTimer timer;
+    timer.start();
+    std::vector<float> expected = ramp(1000);
+    expected[0] = 0;
+    EXPECT_EQ(recovered(dead), expected);
+    EXPECT_LT(timer.elapsed(), testsupport::patient(4000));
+}
+
+TEST_F(SessionCacheTest, aGenerationThatNoSessionReachesCountsAsNone)
+{
+    for (const auto& [number, expected] : {std::pair<const char*, uint64_t>{"18446744073709551615", 0},
+                                           {"1152921504606846977", 0},
+                                           {"1152921504606846976", uint64_t{1} << 60},
+                                           {"-1", 0},
+                                           {"7", 7}}) {
+        writeFile(dead, QByteArray("<project generation=\"") + number + "\"/>");
+        EXPECT_EQ(SessionJournal::generationOf(dead), expected) << number;
+    }
 }
 
 TEST_F(SessionCacheTest, whereOldSamplesCannotBeNotedNothingIsChanged)
