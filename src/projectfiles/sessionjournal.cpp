@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <map>
+#include <set>
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -77,9 +78,21 @@ public:
             outcome = refused ? Outcome::Lost : Outcome::NotNow;
         return file.get();
     }
+    void noteChange(SessionFile* file) { m_changed.insert(file); }
+    // Once that is done, nobody needs the journal any more. On false lastError() tells why.
+    [[nodiscard]] bool sync() const
+    {
+        for (const SessionFile* file : m_changed)
+            if (!file->sync()) {
+                SessionFile::setLastError(file->path(), platform::lastSystemError());
+                return false;
+            }
+        return true;
+    }
 
 private:
     QString m_folder;
+    std::set<SessionFile*> m_changed;
     std::map<QString, std::unique_ptr<SessionFile>> m_files;
 };
 
@@ -89,6 +102,7 @@ Outcome bringBack(Files& files, const GuardedPart& p)
     SessionFile* const file = files.open(p.file, outcome);
     if (!file)
         return outcome;
+    files.noteChange(file);
     if (file->size() < p.fileBytes && !file->resize(p.fileBytes))
         return p.fileBytes > QStorageInfo(file->path()).bytesTotal() ? Outcome::Lost : Outcome::NotNow;
     if (p.image.isEmpty())
@@ -340,20 +354,24 @@ SessionJournal::RollBack SessionJournal::rollBack(const QString& manifest)
     Files files(QFileInfo(manifest).absolutePath());
     QSet<QString> failed;
     RollBack result;
+    const auto inWords = [] {
+        return tr("The action in work could not be taken back: %1").arg(SessionFile::lastError());
+    };
     for (auto entry = journal.m_entries.rbegin(); entry != journal.m_entries.rend(); ++entry) {
         if (entry->generation < generation)
             continue;
         const Outcome outcome = bringBack(files, partNow(*entry));
         if (outcome == Outcome::Done || failed.contains(entry->part.file))
             continue;
-        const QString words =
-            tr("The action in work could not be taken back: %1").arg(SessionFile::lastError());
         if (outcome == Outcome::NotNow) {
-            result.notNow = words;
-            break;
+            result.notNow = inWords();
+            return result;
         }
         failed << entry->part.file;
-        result.lost << words;
+        result.lost << inWords();
     }
+    // Who adopts the files removes the journal, and a power cut may keep that alone.
+    if (!files.sync())
+        result.notNow = inWords();
     return result;
 }

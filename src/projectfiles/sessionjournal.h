@@ -51,8 +51,9 @@ public:
         QStringList lost; // what can never be brought back, a line each
         QString notNow;   // words: the system has no memory, descriptor or space for it at the moment
     };
-    // Brings the sample files in the manifest's folder to what it names. May be done any number of times,
-    // as long as nobody has changed them since; must be, before they are used, when it could not be done now.
+    // Brings the sample files in the manifest's folder, and on the disk, to what it names. May be done any
+    // number of times, as long as nobody has changed them since; must be, before they are used, when it could
+    // not be done now.
     [[nodiscard]] static RollBack rollBack(const QString& manifest);
 
 private:

@@ -11,9 +11,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
@@ -25,6 +28,21 @@
 using namespace modeltest;
 using namespace projecttest;
 using namespace std::chrono_literals;
+
+namespace {
+
+std::atomic<bool> disksFail{false};
+
+} // namespace
+
+// In place of the system's: a disk that fails when it is asked to.
+extern "C" int fsync(int file)
+{
+    if (!disksFail)
+        return int(syscall(SYS_fsync, file));
+    errno = EIO;
+    return -1;
+}
 
 namespace {
 
@@ -87,7 +105,9 @@ protected:
     // What the recovery of the dead session gives; nothing may be told as damaged.
     static std::vector<float> recovered(const QString& from)
     {
-        EXPECT_EQ(SessionJournal::rollBack(from).lost, QStringList());
+        const SessionJournal::RollBack back = SessionJournal::rollBack(from);
+        EXPECT_EQ(back.lost, QStringList());
+        EXPECT_EQ(back.notNow, QString());
         const ProjectReadResult read = readProjectXml(from, SampleFiles::Reference, {});
         EXPECT_TRUE(read.project && read.damage.isEmpty());
         const LayerPtr layer = firstLayer(*read.project);
@@ -282,6 +302,20 @@ TEST_F(SessionCacheTest, anActionInWorkIsTakenBack)
     crash(cache, project);
     EXPECT_EQ(recovered(dead), ramp(300000));
     EXPECT_EQ(recovered(dead), ramp(300000)) << "a recovery that died is done again";
+}
+
+TEST_F(SessionCacheTest, whatIsTakenBackIsOnTheDiskBeforeTheJournalMayGo)
+{
+    auto* cache = new SessionCache(never);
+    ProjectPtr project = projectOf(ramp(300000));
+    ASSERT_TRUE(cache->write(*project));
+    scatter(*firstLayer(*project), 7);
+    crash(cache, project);
+    disksFail = true;
+    const SessionJournal::RollBack back = SessionJournal::rollBack(dead);
+    disksFail = false;
+    EXPECT_TRUE(back.notNow.contains(QStringLiteral(".pcm"))) << back.notNow.toStdString();
+    EXPECT_EQ(recovered(dead), ramp(300000));
 }
 
 TEST_F(SessionCacheTest, aFinishedActionIsNotTakenBack)
