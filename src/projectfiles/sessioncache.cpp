@@ -228,10 +228,19 @@ bool SessionCache::write(const Project& project)
         writeProjectXml(project, job.manifest, SampleFiles::Reference, {}, false, job.generation);
     if (!result.done) {
         qWarning().noquote() << "no session backup:" << result.words;
-        const std::lock_guard locker(m_mutex);
-        Generations& generations = m_named[id];
-        generations.erase(job.generation);
-        m_newest[id] = generations.empty() ? 0 : generations.rbegin()->first;
+        {
+            const std::lock_guard locker(m_mutex);
+            Generations& generations = m_named[id];
+            generations.erase(job.generation);
+            job.generation = m_newest[id] = generations.empty() ? 0 : generations.rbegin()->first;
+            job.samples.clear();
+            if (!generations.empty())
+                for (const QString& name : generations.rbegin()->second)
+                    job.samples << m_folder.path() + QLatin1Char('/') + name;
+        }
+        // The helper may have left that one to the one that failed.
+        if (job.generation > 0)
+            m_sync->request(id, job);
         return false;
     }
     m_sync->request(id, job);

@@ -59,6 +59,7 @@ void SessionSync::request(uint64_t project, const Job& job)
     {
         const std::lock_guard locker(m_lock);
         m_jobs[project] = job;
+        m_failed.erase(project);
     }
     m_wake.notify_all();
 }
@@ -67,6 +68,8 @@ void SessionSync::flush()
 {
     std::unique_lock locker(m_lock);
     ++m_waiting;
+    m_jobs.merge(m_failed); // once more; those that fail again are not waited for
+    m_failed.clear();
     m_wake.notify_all();
     m_idle.wait(locker, [this] { return m_jobs.empty() && !m_working; });
     --m_waiting;
@@ -77,18 +80,23 @@ void SessionSync::run()
     auto next = std::chrono::steady_clock::now();
     std::unique_lock locker(m_lock);
     for (;;) {
-        m_wake.wait(locker, [this] { return m_ending || !m_jobs.empty(); });
-        m_wake.wait_until(locker, next, [this] { return m_ending || m_waiting > 0; });
+        m_wake.wait(locker, [this] { return m_ending || !m_jobs.empty() || !m_failed.empty(); });
+        m_wake.wait_until(locker, next, [this] { return m_ending || (m_waiting > 0 && !m_jobs.empty()); });
         if (m_ending)
             return;
         next = std::chrono::steady_clock::now() + m_interval;
         Jobs jobs;
         jobs.swap(m_jobs);
+        jobs.merge(m_failed);
+        m_failed.clear();
         m_working = true;
         locker.unlock();
-        const bool all = work(jobs);
+        const Result result = work(jobs);
         locker.lock();
-        if (!all)
+        for (const auto& [project, job] : result.failed)
+            if (m_jobs.count(project) == 0)
+                m_failed.emplace(project, job);
+        if (result.isOutdated && result.failed.empty())
             next = std::chrono::steady_clock::now();
         m_working = false;
         m_idle.notify_all();
@@ -113,21 +121,23 @@ SessionSync::Outcome SessionSync::makeSafe(uint64_t project, const Job& job)
     return m_owner.place(project, fresh, safe) ? Outcome::Safe : Outcome::Outdated;
 }
 
-bool SessionSync::work(const Jobs& jobs)
+SessionSync::Result SessionSync::work(const Jobs& jobs)
 {
     Jobs good;
-    bool failed = false;
+    Result result;
     for (const auto& [project, job] : jobs) {
         const Outcome outcome = makeSafe(project, job);
-        failed = failed || outcome == Outcome::Failed;
-        if (outcome == Outcome::Safe)
-            good.emplace(project, job);
+        result.isOutdated = result.isOutdated || outcome == Outcome::Outdated;
+        if (outcome != Outcome::Outdated)
+            (outcome == Outcome::Safe ? good : result.failed).emplace(project, job);
     }
-    const bool inFolder = platform::syncFolder(m_folder);
-    if (!inFolder || failed)
-        qWarning().noquote() << "the session is not safe on the disk:" << m_folder << "cannot be synced";
-    if (inFolder)
+    if (platform::syncFolder(m_folder))
         for (const auto& [project, job] : good)
             m_owner.safeOnDisk(project, job.generation);
-    return failed || good.size() == jobs.size();
+    else
+        result.failed.merge(good);
+    if (!result.failed.empty() && !m_told)
+        qWarning().noquote() << "the session is not safe on the disk:" << m_folder << "cannot be synced";
+    m_told = !result.failed.empty();
+    return result;
 }

@@ -32,7 +32,8 @@ public:
 // One helper thread. It brings the samples that a manifest names to the disk, then a copy of that manifest
 // under its safe name (SessionFolder::safePath), then the folder: the manifest itself is replaced behind
 // each action, and after a power cut might name samples that never arrived. It works at most once in
-// `interval`; what is asked for meanwhile waits, and of one project only the last counts.
+// `interval`; what is asked for meanwhile waits, and of one project only the last counts. What fails
+// is tried again after each interval, until it is done or replaced.
 class SessionSync
 {
 public:
@@ -52,15 +53,19 @@ public:
 
     // Any thread; returns at once.
     void request(uint64_t project, const Job& job);
-    // Does at once what waits, and returns when it is done. Any thread but the helper itself.
+    // Does at once what waits, and returns when it is done or has failed. Any thread but the helper itself.
     void flush();
 
 private:
     using Jobs = std::map<uint64_t, Job>; // by project
 
     void run();
-    // False when a job was left to a newer one.
-    bool work(const Jobs& jobs);
+    struct Result
+    {
+        Jobs failed;
+        bool isOutdated = false; // a job was left to a newer one
+    };
+    [[nodiscard]] Result work(const Jobs& jobs);
     enum class Outcome { Safe, Failed, Outdated };
     [[nodiscard]] Outcome makeSafe(uint64_t project, const Job& job);
 
@@ -70,6 +75,8 @@ private:
     Mutex m_lock;
     std::condition_variable_any m_wake;
     Jobs m_jobs;            // guarded by m_lock
+    Jobs m_failed;          // guarded by m_lock; none for which a newer one waits
+    bool m_told = false;    // only the thread's: the log tells a failure once, and not every interval
     bool m_ending = false;  // guarded by m_lock
     bool m_working = false; // guarded by m_lock
     int m_waiting = 0;      // guarded by m_lock; calls of flush()

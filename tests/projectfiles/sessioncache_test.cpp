@@ -32,12 +32,14 @@ using namespace std::chrono_literals;
 namespace {
 
 std::atomic<bool> disksFail{false};
+std::atomic<int> syncs{0};
 
 } // namespace
 
 // In place of the system's: a disk that fails when it is asked to.
 extern "C" int fsync(int file)
 {
+    ++syncs;
     if (!disksFail)
         return int(syscall(SYS_fsync, file));
     errno = EIO;
@@ -247,6 +249,60 @@ TEST_F(SessionCacheTest, besideTheManifestStandsTheOneThatIsSafeOnTheDisk)
     EXPECT_EQ(contentOf(safe), first) << "the new samples may not have arrived";
     cache.forget(*project);
     EXPECT_EQ(names("session_*project*"), QStringList());
+}
+
+TEST_F(SessionCacheTest, whatCouldNotBeBroughtToTheDiskIsTriedAgainAfterTheInterval)
+{
+    const QString safe = manifest(1) + QStringLiteral(".safe");
+    ASSERT_TRUE(QDir().mkpath(safe + QStringLiteral(".new/x")));
+    testsupport::expectWarning(QStringLiteral("the session is not safe on the disk"));
+    SessionCache cache(50ms);
+    const ProjectPtr project = projectOf(ramp(1000));
+    QElapsedTimer timer;
+    timer.start();
+    const int before = syncs;
+    ASSERT_TRUE(cache.write(*project));
+    ASSERT_TRUE(testsupport::waitFor([&] { return syncs - before >= 20; }));
+    // Each try syncs the samples and the folder; the first one comes at once.
+    EXPECT_GE(timer.elapsed(), 9 * 50);
+    EXPECT_FALSE(QFile::exists(safe));
+    cache.reclaim(); // nothing waits for what cannot be done
+    ASSERT_TRUE(QDir(safe + QStringLiteral(".new")).removeRecursively());
+    EXPECT_TRUE(testsupport::waitFor([&] { return QFile::exists(safe); }));
+    EXPECT_EQ(contentOf(safe), contentOf(manifest(1)));
+}
+
+TEST_F(SessionCacheTest, whereTheDiskFailsNobodyWaitsForEver)
+{
+    const QString safe = manifest(1) + QStringLiteral(".safe");
+    SessionCache cache(never);
+    const ProjectPtr project = projectOf(ramp(1000));
+    writeAndSync(cache, *project);
+    const QByteArray first = contentOf(safe);
+    firstLayer(*project)->insertTime({10, 500});
+    ASSERT_TRUE(cache.write(*project));
+    testsupport::expectWarning(QStringLiteral("the session is not safe on the disk"));
+    disksFail = true;
+    cache.reclaim();
+    EXPECT_EQ(cache.retiredFiles(), 1);
+    disksFail = false;
+    cache.reclaim();
+    EXPECT_EQ(cache.retiredFiles(), 0) << "what failed is still asked for";
+    EXPECT_NE(contentOf(safe), first);
+}
+
+TEST_F(SessionCacheTest, behindAManifestThatFailedTheOneBeforeItGoesToTheDisk)
+{
+    const QString safe = manifest(1) + QStringLiteral(".safe");
+    SessionCache cache(10ms);
+    const ProjectPtr project = projectOf(ramp(1000));
+    writeAndSync(cache, *project);
+    ASSERT_TRUE(QFile::remove(safe)); // so that it shows
+    ASSERT_TRUE(QDir().mkpath(manifest(1) + QStringLiteral(".new/x")));
+    testsupport::expectWarning(QStringLiteral("no session backup"));
+    EXPECT_FALSE(cache.write(*project));
+    EXPECT_TRUE(testsupport::waitFor([&] { return QFile::exists(safe); }));
+    EXPECT_EQ(contentOf(safe), contentOf(manifest(1)));
 }
 
 TEST_F(SessionCacheTest, theLockTellsInWhichLifeOfTheMachineTheSessionRan)
