@@ -159,18 +159,12 @@ void SessionCache::retire(std::unique_ptr<RetiredFile> file)
     // Otherwise it dies with this call.
 }
 
-// Only what the newest manifest names, or would be brought back from, is looked for after a death.
+// After a power cut an older manifest may be the one that is taken, so what any of them names counts.
 bool SessionCache::guard(const GuardedPart& part)
 {
     const std::lock_guard locker(m_mutex);
     for (const auto& [id, newest] : m_newest) {
-        const auto project = m_named.find(id);
-        if (newest == 0 || project == m_named.end())
-            continue;
-        const auto files = project->second.find(newest);
-        const auto known = m_journals.find(id);
-        if ((files == project->second.end() || !files->second.contains(part.file)) &&
-            (known == m_journals.end() || !known->second.names(part.file)))
+        if (newest == 0 || !isNamedBy(id, part.file))
             continue;
         SessionJournal& journal =
             m_journals.try_emplace(id, m_folder.manifestPath(m_session, id)).first->second;

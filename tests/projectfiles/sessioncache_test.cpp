@@ -453,6 +453,20 @@ TEST_F(SessionCacheTest, behindAPowerCutSeveralActionsAreTakenBack)
     EXPECT_EQ(recoveredNow(manifest(1)), ramp(300000));
 }
 
+TEST_F(SessionCacheTest, behindAPowerCutALayerIsThereThatWasRemovedAndThenChanged)
+{
+    SessionCache cache(never);
+    const ProjectPtr project = projectOf(ramp(300000));
+    writeAndSync(cache, *project);
+    const LayerPtr layer = firstLayer(*project);
+    project->layers()->removeChildLayer(layer);
+    ASSERT_TRUE(cache.write(*project));
+    scatter(*layer, 7);
+    ASSERT_TRUE(QFile::remove(manifest(1)));
+    ASSERT_TRUE(QFile::rename(manifest(1) + QStringLiteral(".safe"), manifest(1)));
+    EXPECT_EQ(recoveredNow(manifest(1)), ramp(300000));
+}
+
 TEST_F(SessionCacheTest, aJournalThatIsCutOffCountsAsFarAsItGoes)
 {
     auto* cache = new SessionCache(never);
