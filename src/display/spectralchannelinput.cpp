@@ -14,13 +14,14 @@
 
 namespace {
 
-// Of the mouse: the stylus tells its own.
-float pressureOf(const QMouseEvent& event)
+// Of the mouse. While the stylus is near, its own events tell how hard it presses, and the mouse events that
+// Qt makes of them leave that as it was, `last`; but no stroke outlives the button.
+float pressureOf(const QMouseEvent& event, float last)
 {
     const bool down = event.buttons() & Qt::LeftButton;
-    if (!propertyOr("tabletproximity", false).toBool())
-        return down ? 1.0f : -1.0f;
-    return -1;
+    if (propertyOr("tabletproximity", false).toBool() && (down || event.type() != QEvent::MouseButtonRelease))
+        return last;
+    return down ? 1.0f : -1.0f;
 }
 
 float longestDisplacement()
@@ -101,7 +102,7 @@ void SpectralChannel::mousePressEvent(QMouseEvent* event)
     updateCursor(event->modifiers());
     m_dragDisplacement = m_displacement;
     if (m_drag == Drag::Pointer)
-        movePointer(pixel, pressureOf(*event), event->modifiers());
+        movePointer(pixel, pressureOf(*event, m_mouse.pressure), event->modifiers());
     else if (begins && m_drag == Drag::Zoom)
         beginZoom(pixel);
     else if (begins && m_drag == Drag::Play)
@@ -133,7 +134,7 @@ void SpectralChannel::mouseMoveEvent(QMouseEvent* event)
     } else if (m_drag == Drag::Move) {
         dragMove(pixel, event->modifiers());
     } else {
-        movePointer(pixel, pressureOf(*event), event->modifiers());
+        movePointer(pixel, pressureOf(*event, m_mouse.pressure), event->modifiers());
     }
 }
 
@@ -152,20 +153,20 @@ void SpectralChannel::mouseReleaseEvent(QMouseEvent* event)
         return;
     updateCursor(event->modifiers());
     if (ended == Drag::Pointer)
-        movePointer(event->localPos(), pressureOf(*event), event->modifiers());
+        movePointer(event->localPos(), pressureOf(*event, m_mouse.pressure), event->modifiers());
     else if (last && ended == Drag::Zoom)
         endZoom(event->localPos(), event->modifiers());
 }
 
-// While the stylus is near, only its own events tell how hard it presses.
 void SpectralChannel::tabletEvent(QTabletEvent* event)
 {
-    event->ignore(); // so that mouse events follow
-    if (m_blocked || (m_drag != Drag::None && m_drag != Drag::Pointer) ||
-        m_tool != EventId::ToolPluginActivate)
-        return;
+    event->ignore(); // so that mouse events follow, which begin and end the drag
     const bool down = event->buttons() & Qt::LeftButton && event->pressure() > 0;
-    movePointer(event->posF(), down ? float(event->pressure()) : -1.0f, event->modifiers());
+    const bool navigates = m_drag == Drag::None
+                               ? down && dragFor(Qt::LeftButton, event->modifiers()) != Drag::Pointer
+                               : m_drag != Drag::Pointer;
+    if (!m_blocked && !navigates)
+        movePointer(event->posF(), down ? float(event->pressure()) : -1.0f, event->modifiers());
 }
 
 void SpectralChannel::leaveEvent(QEvent* event)

@@ -231,6 +231,19 @@ protected:
         EXPECT_FALSE(listener.areas.empty());
         return listener.areas.empty() ? Area() : listener.areas.back();
     }
+    // As a tool sees them.
+    [[nodiscard]] int presses() const
+    {
+        return int(std::count_if(listener.mice.begin(), listener.mice.end(), [](const MouseEvent& event) {
+            return event.previousPressure < 0 && event.pressure >= 0;
+        }));
+    }
+    [[nodiscard]] int releases() const
+    {
+        return int(std::count_if(listener.mice.begin(), listener.mice.end(), [](const MouseEvent& event) {
+            return event.previousPressure >= 0 && event.pressure < 0;
+        }));
+    }
 
     int toggles = 0;
 };
@@ -456,24 +469,86 @@ TEST_F(Tools, NearestControlWithinSixPixelsIsHovered)
     EXPECT_EQ(listener.controls.size(), posts); // only changes are told
 }
 
-TEST_F(Tools, StylusTellsThePressureWhileItIsNear)
+// Every event of a stylus that the view ignores comes once more as one of the mouse; where it does not touch,
+// there is that of the mouse alone.
+class Stylus : public Tools
 {
-    postEvent(nullptr, EventId::ToolPluginActivate, ToolActivation{}, nullptr);
-    qApp->setProperty("tabletproximity", true);
-    const auto stylus = [&](QEvent::Type type, double pressure, Qt::MouseButtons buttons) {
-        QTabletEvent event(type, QPointF(100, 150), channel->mapToGlobal(QPoint(100, 150)),
-                           QTabletEvent::Stylus, QTabletEvent::Pen, pressure, 0, 0, 0, 0, 0, Qt::NoModifier,
-                           1, Qt::LeftButton, buttons);
+protected:
+    Stylus()
+    {
+        postEvent(nullptr, EventId::ToolPluginActivate, ToolActivation{}, nullptr);
+        qApp->setProperty("tabletproximity", true);
+    }
+    ~Stylus() override { qApp->setProperty("tabletproximity", QVariant()); }
+    void stylus(QEvent::Type type, double x, double pressure, Qt::MouseButtons buttons,
+                Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        const QPointF at(x, 150);
+        const bool moves = type == QEvent::TabletMove;
+        const Qt::MouseButton button = moves ? Qt::NoButton : Qt::LeftButton;
+        QTabletEvent event(type, at, channel->mapToGlobal(at.toPoint()), QTabletEvent::Stylus,
+                           QTabletEvent::Pen, pressure, 0, 0, 0, 0, 0, modifiers, 1, button, buttons);
+        event.setAccepted(false);
         QApplication::sendEvent(channel, &event);
-    };
-    stylus(QEvent::TabletPress, 0.25, Qt::LeftButton);
-    ASSERT_FALSE(listener.mice.empty());
-    EXPECT_FLOAT_EQ(listener.mice.back().pressure, 0.25f);
+        ASSERT_FALSE(event.isAccepted());
+        mouse(type == QEvent::TabletPress     ? QEvent::MouseButtonPress
+              : type == QEvent::TabletRelease ? QEvent::MouseButtonRelease
+                                              : QEvent::MouseMove,
+              at, button, buttons, modifiers);
+    }
+    // Hover, press, two moves, release, hover.
+    void stroke(Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        stylus(QEvent::TabletMove, 90, 0, Qt::NoButton, modifiers);
+        stylus(QEvent::TabletPress, 100, 0.25, Qt::LeftButton, modifiers);
+        stylus(QEvent::TabletMove, 110, 0.75, Qt::LeftButton, modifiers);
+        stylus(QEvent::TabletMove, 120, 0.5, Qt::LeftButton, modifiers);
+        stylus(QEvent::TabletRelease, 120, 0, Qt::NoButton, modifiers);
+        stylus(QEvent::TabletMove, 130, 0, Qt::NoButton, modifiers);
+    }
+};
+
+TEST_F(Stylus, StylusTellsThePressureWhileItIsNear)
+{
+    stroke();
+    ASSERT_EQ(presses(), 1);
+    EXPECT_EQ(releases(), 1);
     EXPECT_FLOAT_EQ(float(listener.mice.back().pressPosition.x), 100000);
-    stylus(QEvent::TabletMove, 0.75, Qt::LeftButton);
-    EXPECT_FLOAT_EQ(listener.mice.back().pressure, 0.75f);
-    stylus(QEvent::TabletRelease, 0, Qt::NoButton);
     EXPECT_FLOAT_EQ(listener.mice.back().pressure, -1);
+    std::vector<float> pressures;
+    for (const MouseEvent& event : listener.mice)
+        pressures.push_back(event.pressure);
+    EXPECT_EQ(pressures, (std::vector<float>{-1, 0.25f, 0.25f, 0.75f, 0.75f, 0.5f, 0.5f, -1, -1, -1}));
+}
+
+TEST_F(Stylus, TellsAStrokeAlsoWithoutATool)
+{
+    choose(EventId::ToolNoneActivate);
+    stroke();
+    EXPECT_EQ(presses(), 1);
+    EXPECT_EQ(releases(), 1);
+}
+
+TEST_F(Stylus, AStrokeThatNavigatesIsNoneOfTheTools)
+{
+    show({100000, 0, 100000, 24000});
+    listener.areas.clear();
+    qApp->setProperty("leftbuttonnavigation", 1);
+    stroke(Qt::ControlModifier | Qt::AltModifier);
+    EXPECT_FALSE(listener.areas.empty());
+    EXPECT_EQ(presses(), 0);
+    choose(EventId::ToolPanActivate);
+    stroke();
+    EXPECT_EQ(presses(), 0);
+}
+
+// As when it goes out of range between the two.
+TEST_F(Stylus, AReleaseOfTheMouseEndsTheStroke)
+{
+    stylus(QEvent::TabletPress, 100, 0.25, Qt::LeftButton);
+    mouse(QEvent::MouseButtonRelease, {100, 150}, Qt::LeftButton, Qt::NoButton);
+    EXPECT_FLOAT_EQ(listener.mice.back().pressure, -1);
+    EXPECT_EQ(releases(), 1);
 }
 
 TEST_F(Tools, BlockedViewIgnoresTools)
