@@ -95,7 +95,10 @@ void SpectralChannel::mousePressEvent(QMouseEvent* event)
     if (m_blocked)
         return;
     const QPointF pixel = event->localPos();
-    const bool begins = m_drag == Drag::None || m_drag == Drag::Pointer;
+    // What a tool draws with the left button goes on to the release of that one.
+    const bool draws =
+        m_drag == Drag::Pointer && event->button() != Qt::LeftButton && event->buttons() & Qt::LeftButton;
+    const bool begins = !draws && (m_drag == Drag::None || m_drag == Drag::Pointer);
     if (begins)
         m_drag = dragFor(event->button(), event->modifiers());
     m_lastPixel = pixel;

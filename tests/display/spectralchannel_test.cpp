@@ -232,17 +232,18 @@ protected:
         return listener.areas.empty() ? Area() : listener.areas.back();
     }
     // As a tool sees them.
-    [[nodiscard]] int presses() const
+    static bool isPress(const MouseEvent& event) { return event.previousPressure < 0 && event.pressure >= 0; }
+    static bool isRelease(const MouseEvent& event)
     {
-        return int(std::count_if(listener.mice.begin(), listener.mice.end(), [](const MouseEvent& event) {
-            return event.previousPressure < 0 && event.pressure >= 0;
-        }));
+        return event.previousPressure >= 0 && event.pressure < 0;
     }
-    [[nodiscard]] int releases() const
+    [[nodiscard]] long presses() const
     {
-        return int(std::count_if(listener.mice.begin(), listener.mice.end(), [](const MouseEvent& event) {
-            return event.previousPressure >= 0 && event.pressure < 0;
-        }));
+        return std::count_if(listener.mice.begin(), listener.mice.end(), isPress);
+    }
+    [[nodiscard]] long releases() const
+    {
+        return std::count_if(listener.mice.begin(), listener.mice.end(), isRelease);
     }
 
     int toggles = 0;
@@ -449,6 +450,39 @@ TEST_F(Tools, ControlAloneIsThePlugInToolsOwn)
         EXPECT_TRUE(!listener.areas.empty() || toggles > 0);
         toggles = 0;
     }
+}
+
+TEST_F(Tools, AnotherButtonBeginsNothingWhileAToolDraws)
+{
+    postEvent(nullptr, EventId::ToolPluginActivate, ToolActivation{}, nullptr);
+    show({100000, 0, 100000, 24000});
+    listener.areas.clear();
+    for (const Qt::MouseButton other : {Qt::MiddleButton, Qt::RightButton})
+        for (const Qt::KeyboardModifiers modifiers : {Qt::NoModifier, Qt::ShiftModifier})
+            for (const Qt::MouseButton first : {Qt::LeftButton, other}) {
+                const Qt::MouseButton second = first == other ? Qt::LeftButton : other;
+                listener.mice.clear();
+                mouse(QEvent::MouseButtonPress, {100, 150}, Qt::LeftButton, Qt::LeftButton);
+                mouse(QEvent::MouseButtonPress, {110, 150}, other, Qt::LeftButton | other, modifiers);
+                mouse(QEvent::MouseMove, {120, 150}, Qt::NoButton, Qt::LeftButton | other);
+                EXPECT_FLOAT_EQ(listener.mice.back().pressure, 1);
+                mouse(QEvent::MouseButtonRelease, {130, 150}, first, second);
+                EXPECT_EQ(releases(), first == Qt::LeftButton ? 1 : 0);
+                mouse(QEvent::MouseMove, {140, 150}, Qt::NoButton, second);
+                mouse(QEvent::MouseButtonRelease, {150, 150}, second, Qt::NoButton);
+                mouse(QEvent::MouseMove, {160, 150}, Qt::NoButton, Qt::NoButton);
+                EXPECT_EQ(presses(), 1);
+                EXPECT_EQ(releases(), 1);
+                const double end = first == Qt::LeftButton ? 130 : 150;
+                const auto up = std::find_if(listener.mice.begin(), listener.mice.end(), isRelease);
+                ASSERT_NE(up, listener.mice.end());
+                EXPECT_EQ(up->pixel.x, end);
+            }
+    EXPECT_TRUE(listener.areas.empty());
+    EXPECT_TRUE(listener.displacements.empty());
+    // Afterwards it pans as ever.
+    drag(Qt::MiddleButton, {200, 150}, {150, 150});
+    EXPECT_FALSE(listener.areas.empty());
 }
 
 TEST_F(Tools, NearestControlWithinSixPixelsIsHovered)
