@@ -80,6 +80,8 @@ void ToolRunner::setTool(EventId tool, IToolPlugin* plugin)
     leave();
     m_tool = tool;
     m_plugin = plugin;
+    m_heldBefore = m_heldBefore || m_mouse.pressure >= 0;
+    m_mouse.pressure = m_mouse.previousPressure = -1;
     if (!isActive())
         return;
     m_sincePress.invalidate();
@@ -155,6 +157,11 @@ void ToolRunner::setMouse(const MouseEvent& event)
 {
     const MouseEvent before = std::exchange(m_mouse, event);
     m_clickFlag = 0;
+    if (m_heldBefore) {
+        m_heldBefore = event.pressure >= 0;
+        m_mouse.pressure = m_mouse.previousPressure = -1;
+        return;
+    }
     if (!isPress(event))
         return;
     const double reach = QApplication::startDragDistance();

@@ -25,7 +25,8 @@ public:
     // `failed` is called when a tool is laid down because it has thrown, before that is told.
     ToolRunner(EditDesk& desk, IEvent* listener, std::function<void()> failed);
 
-    // Leaves the old tool and enters the new one, also where they are the same.
+    // Leaves the old tool and enters the new one, also where they are the same. To the new one a button
+    // that is held meanwhile is up, so that it does not go on with what was not begun with it.
     void setTool(EventId tool, IToolPlugin* plugin);
     void setMouse(const MouseEvent& event);
     void setControlId(int32_t id) { m_controlId = id; }
@@ -61,6 +62,7 @@ private:
     EventId m_tool = EventId::ToolNoneActivate;
     QPointer<IToolPlugin> m_plugin;
     MouseEvent m_mouse;
+    bool m_heldBefore = false;  // the button is held since before the tool was chosen
     uint32_t m_clickFlag = 0;   // ToolDoubleClick while the press in m_mouse is one
     QElapsedTimer m_sincePress; // since the last one
     bool m_runs = false;        // the tool is being called, or what it did is told

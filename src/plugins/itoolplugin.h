@@ -81,7 +81,7 @@ public:
     // it is asked for after that. Never null.
     virtual QToolButton* toolButton() = 0;
     // Called when the tool is chosen and when it is left; what was begun is dropped then. Cursor, outline
-    // and controls start anew with each activate().
+    // and controls start anew with each activate(); a button held meanwhile counts as up until it is.
     virtual void activate() {}
     virtual void deactivate() {}
     // One page of the options bar, shown while the tool is the active one; null for none. Taken over

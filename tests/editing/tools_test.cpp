@@ -546,6 +546,58 @@ TEST(Tools, TheLastStateIsGivenOnceMoreWhenTheToolAsksForIt)
     EXPECT_EQ(tool.last.previousPressure, 1) << "nothing has just been pressed";
 }
 
+TEST(Tools, OneChosenWhileTheButtonIsHeldSeesItUpUntilThatIsReleased)
+{
+    EditSession session;
+    session.begin(noise(20000, 1));
+    TestTool old;
+    TestTool other;
+    float pressure = -1;
+    const auto tell = [&](float now) {
+        MouseEvent event;
+        event.previousPressure = std::exchange(pressure, now);
+        event.pressure = now;
+        postEvent(nullptr, EventId::MousePositionChange, event, nullptr);
+    };
+    const auto expectUp = [&](const TestTool& tool, int calls) {
+        EXPECT_EQ(tool.calls, calls);
+        EXPECT_EQ(tool.last.pressure, -1);
+        EXPECT_EQ(tool.last.previousPressure, -1);
+    };
+    // By a tool, by none, and by the same one in another mode.
+    for (TestTool* const before : {&old, static_cast<TestTool*>(nullptr), &other}) {
+        if (before)
+            activate(*before);
+        else
+            postEvent(nullptr, EventId::ToolNoneActivate, nullptr);
+        tell(1);
+        tell(1);
+        activate(other);
+        other.calls = 0;
+        other.last.pressure = 7;
+        session.data.executeTool();
+        expectUp(other, 1);
+        tell(0.5f);
+        expectUp(other, 2);
+        session.data.executeTool();
+        expectUp(other, 3);
+        activate(other); // once more
+        tell(0.5f);
+        expectUp(other, 4);
+        tell(-1);
+        expectUp(other, 5);
+        tell(-1);
+        expectUp(other, 6);
+        // The next press is its own.
+        tell(1);
+        EXPECT_EQ(other.last.pressure, 1);
+        EXPECT_EQ(other.last.previousPressure, -1);
+        EXPECT_EQ(other.flags, 0U);
+        tell(-1);
+        EXPECT_EQ(other.last.previousPressure, 1);
+    }
+}
+
 TEST(Tools, ASecondPressSoonAfterTheFirstAtTheSamePlaceIsADoubleClick)
 {
     EditSession session;
