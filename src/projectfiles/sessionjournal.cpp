@@ -58,6 +58,21 @@ bool isPart(int64_t offset, int64_t bytes, int64_t size)
     return offset >= 0 && bytes >= 0 && bytes <= size && offset <= size - bytes;
 }
 
+// A new file in place of what may stand there. Null: `cause` (may be null) tells why.
+std::unique_ptr<QFile> create(const QString& path, QString* cause)
+{
+    QFile::remove(path);
+    auto file = std::make_unique<QFile>(path);
+    const bool isNew = platform::createPrivateFile(path);
+    if (!isNew && cause)
+        *cause = platform::lastSystemError();
+    if (isNew && file->open(QFile::WriteOnly | QFile::Append | QFile::Unbuffered))
+        return file;
+    if (isNew && cause)
+        *cause = file->errorString();
+    return nullptr;
+}
+
 enum class Outcome { Done, Lost, NotNow };
 
 // Sample files of a dead session, opened as whoever adopts them would, and left where they are.
@@ -210,7 +225,7 @@ void SessionJournal::forgetBefore(uint64_t generation)
     m_entries.remove_if([generation](const Entry& entry) { return entry.generation < generation; });
     collectImages();
     if (m_entries.empty() && m_bytes > 0) {
-        if (m_file.resize(0))
+        if (m_file && m_file->resize(0))
             m_bytes = 0;
     } else if (m_bytes > rewriteBytes) {
         rewrite();
@@ -219,7 +234,7 @@ void SessionJournal::forgetBefore(uint64_t generation)
 
 void SessionJournal::remove()
 {
-    m_file.close();
+    m_file.reset();
     QFile::remove(m_path);
     m_entries.clear();
     m_images.clear();
@@ -234,23 +249,21 @@ bool SessionJournal::append(const QByteArray& line)
         SessionFile::setLastError(m_path, cause);
         return false;
     };
-    if (!m_file.isOpen()) {
-        QFile::remove(m_path);
-        if (!platform::createPrivateFile(m_path))
-            return fail(platform::lastSystemError());
-        m_file.setFileName(m_path);
-        if (!m_file.open(QFile::WriteOnly | QFile::Append | QFile::Unbuffered))
-            return fail(m_file.errorString());
+    if (!m_file) {
+        QString cause;
+        m_file = create(m_path, &cause);
+        if (!m_file)
+            return fail(cause);
         m_bytes = 0;
     }
-    if (m_file.write(line) == line.size()) {
+    if (m_file->write(line) == line.size()) {
         m_bytes += line.size();
         return true;
     }
-    const QString cause = m_file.errorString();
+    const QString cause = m_file->errorString();
     // A line that is cut off would take the next one with it.
-    if (!m_file.resize(m_bytes))
-        qWarning().noquote() << m_path << "cannot be cut:" << m_file.errorString();
+    if (!m_file->resize(m_bytes))
+        qWarning().noquote() << m_path << "cannot be cut:" << m_file->errorString();
     return fail(cause);
 }
 
@@ -263,17 +276,14 @@ void SessionJournal::rewrite()
     if (all.size() * 2 > m_bytes)
         return;
     const QString fresh = m_path + QLatin1String(".new");
-    QFile::remove(fresh);
-    QFile file(fresh);
-    if (!platform::createPrivateFile(fresh) || !file.open(QFile::WriteOnly | QFile::Unbuffered) ||
-        file.write(all) != all.size() || !platform::syncFile(file.handle()) ||
+    std::unique_ptr<QFile> file = create(fresh, nullptr);
+    if (!file || file->write(all) != all.size() || !platform::syncFile(file->handle()) ||
         std::rename(QFile::encodeName(fresh).constData(), QFile::encodeName(m_path).constData()) != 0) {
         QFile::remove(fresh);
         return;
     }
-    m_file.close();
-    if (m_file.open(QFile::WriteOnly | QFile::Append | QFile::Unbuffered))
-        m_bytes = all.size();
+    m_file = std::move(file); // it was open before the old one went: there is always one to append to
+    m_bytes = all.size();
 }
 
 bool SessionJournal::parse(const QByteArray& line)

@@ -81,7 +81,7 @@ private:
     bool parse(const QByteArray& line);
 
     QString m_path;
-    QFile m_file; // open for writing once there has been an entry
+    std::unique_ptr<QFile> m_file; // open for writing from the first entry on
     int64_t m_bytes = 0;
     std::list<Entry> m_entries;                      // in order
     QHash<QString, std::shared_ptr<Image>> m_images; // by name
