@@ -11,8 +11,8 @@ class QObject;
 // character behind it, stays as it is.
 [[nodiscard]] QString expandStyleSheet(QString sheet, const QObject& properties);
 
-// What widgets are drawn with, under the sheets: even margins in dialogs, icons at the scale of the screen, none
-// in menus. Once, before the first widget.
+// What widgets are drawn with, under the sheets: even margins in dialogs, icons at the scale of the screen,
+// none in menus. Once, before the first widget.
 void setWidgetStyle();
 
 // Reads the sheet of the desktop, and behind it that of the tablet where controls are to be large enough for
