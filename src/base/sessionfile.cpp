@@ -21,6 +21,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
+#include <QStorageInfo>
 
 namespace {
 
@@ -257,6 +258,11 @@ SessionFile::SessionFile(std::unique_ptr<Private> p) : d(std::move(p)) {}
 
 SessionFile::~SessionFile() = default;
 
+bool SessionFile::exceedsDisk(const QString& folder, int64_t bytes)
+{
+    return bytes > QStorageInfo(folder).bytesTotal();
+}
+
 std::unique_ptr<SessionFile> SessionFile::create(const QString& folder, int64_t bytes)
 {
     auto d = std::make_unique<Private>();
@@ -307,8 +313,10 @@ std::unique_ptr<SessionFile> SessionFile::adopt(const QString& folder, const QSt
     if (flock(d->file, LOCK_EX | LOCK_NB) != 0 || flock(d->file, LOCK_SH | LOCK_NB) != 0)
         return refuse(tr("the file is in use"));
     // Holes in it would need space at the first write, so they are filled like new bytes.
-    if (status.st_size > 0 && (!d->fillHoles(status) || !d->mapWhole(status.st_size)))
+    if (status.st_size > 0 && (!d->fillHoles(status) || !d->mapWhole(status.st_size))) {
+        isRefused = exceedsDisk(canonical, status.st_size);
         return nullptr;
+    }
     d->kept = false;
     return std::unique_ptr<SessionFile>(new SessionFile(std::move(d)));
 }

@@ -76,14 +76,16 @@ class SessionFile
 public:
     static constexpr int64_t headroomBytes = 64LL << 20;
 
+    // Whether a disk such as the folder's could never hold so many bytes: to wait for room would be in vain.
+    [[nodiscard]] static bool exceedsDisk(const QString& folder, int64_t bytes);
     // A new file `<folder>/layer(<a><b>).pcm` (a and b random 16-bit values in lower-case hex) of
     // `bytes` zero bytes. Null when it cannot be created or the space is not there; lastError()
     // tells why.
     [[nodiscard]] static std::unique_ptr<SessionFile> create(const QString& folder, int64_t bytes);
     // Takes over an existing file. Refused (null) unless it is a regular file with one link, owned
-    // by this user, whose canonical parent is `folder`, not locked by somebody else. Null too when it is all
-    // that, but the system has no memory, descriptor or space for it now: `refused` (may be null) tells
-    // which.
+    // by this user, whose canonical parent is `folder`, not locked by somebody else, and no larger than
+    // the disk. Null too when it is all that, but the system has no memory, descriptor or space for it
+    // now: `refused` (may be null) tells which.
     [[nodiscard]] static std::unique_ptr<SessionFile> adopt(const QString& folder, const QString& path,
                                                             bool* refused = nullptr);
     ~SessionFile();

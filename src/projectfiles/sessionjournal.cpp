@@ -11,7 +11,6 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QFileInfo>
-#include <QStorageInfo>
 #include <QXmlStreamReader>
 
 namespace {
@@ -119,7 +118,7 @@ Outcome bringBack(Files& files, const GuardedPart& p)
         return outcome;
     files.noteChange(file);
     if (file->size() < p.fileBytes && !file->resize(p.fileBytes))
-        return p.fileBytes > QStorageInfo(file->path()).bytesTotal() ? Outcome::Lost : Outcome::NotNow;
+        return SessionFile::exceedsDisk(file->path(), p.fileBytes) ? Outcome::Lost : Outcome::NotNow;
     if (p.image.isEmpty())
         return outcome;
     SessionFile* const image = files.open(p.image, outcome);

@@ -66,8 +66,7 @@ private:
     struct Entry
     {
         uint64_t generation;
-        GuardedPart
-            part; // without the image's name, and with the place that it would have in one never moved
+        GuardedPart part;             // without the image's name; its place is that in an image never moved
         std::shared_ptr<Image> image; // null: none
     };
 

@@ -107,6 +107,9 @@ TEST_F(FaultsLabTest, adoptionOfAFileWithHolesNeedsTheRoomForThem)
     EXPECT_FALSE(refused) << "it may be adopted once there is room";
     EXPECT_EQ(QFileInfo(path).size(), 60 * megabyte) << "the file stays as it was";
     EXPECT_EQ(readFile(path).left(4), "head");
+    ASSERT_TRUE(QFile::resize(path, 1LL << 40));
+    EXPECT_FALSE(SessionFile::adopt(disk.path, path, &refused));
+    EXPECT_TRUE(refused) << "no start will have room for a terabyte here";
     ASSERT_TRUE(QFile::resize(path, 10 * megabyte));
     auto file = SessionFile::adopt(disk.path, path);
     ASSERT_TRUE(file) << SessionFile::lastError().toStdString();
